@@ -1,0 +1,49 @@
+// The standard file streams, opened on a path in UTF-16.
+//
+// They report as the standard streams do: by their state. A file that cannot be opened leaves
+// failbit set and no file attached. Only a path without a native name raises, before anything is
+// opened: see detail::make_native_access_form_with_cleanup_i18n.
+
+#pragma once
+
+#include "fl/filesystem/native_access.hpp"
+#include "fl/i18n/ustring.hpp"
+
+#include <boost/noncopyable.hpp>
+
+#include <fstream>
+#include <ios>
+#include <string>
+
+namespace kxboost = boost;
+
+namespace fl::filesystem {
+
+/// A file open for reading, with fopen's mode "r". The destructor closes it.
+template <class CharT, class Traits = std::char_traits<CharT>>
+class basic_ifstream : private kxboost::noncopyable_::noncopyable,
+                       public std::basic_ifstream<CharT, Traits> {
+public:
+    explicit basic_ifstream(const ustring& pathname)
+        : basic_ifstream(detail::make_native_access_form_with_cleanup_i18n(pathname)) {}
+
+private:
+    explicit basic_ifstream(const std::string& native_path)
+        : std::basic_ifstream<CharT, Traits>(native_path, std::ios_base::in) {}
+};
+
+/// A file open for writing, with `mode` and std::ios_base::out. The destructor closes it and drops
+/// any failure of doing so; close() tells.
+template <class CharT, class Traits = std::char_traits<CharT>>
+class basic_ofstream : private kxboost::noncopyable_::noncopyable,
+                       public std::basic_ofstream<CharT, Traits> {
+public:
+    basic_ofstream(const ustring& pathname, std::ios_base::openmode mode)
+        : basic_ofstream(detail::make_native_access_form_with_cleanup_i18n(pathname), mode) {}
+
+private:
+    basic_ofstream(const std::string& native_path, std::ios_base::openmode mode)
+        : std::basic_ofstream<CharT, Traits>(native_path, mode | std::ios_base::out) {}
+};
+
+} // namespace fl::filesystem

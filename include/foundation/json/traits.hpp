@@ -1,0 +1,83 @@
+// The ten alternatives of a JSON value: their types, tags and names.
+
+#pragma once
+
+#include "fl/export.hpp"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace foundation::json {
+
+class Value;
+
+/// No value at all: what a Value holds before anything was stored in it.
+struct Undefined {};
+
+/// The literal null.
+struct Null {};
+
+/// An array. Elements keep the order of the document.
+using ValueVector = std::vector<Value>;
+
+/// An object. Keys are UTF-8, unique, and iterate in the order of their unsigned bytes, whatever
+/// their order in the document.
+using ValueMap = std::map<std::string, Value>;
+
+/// For each alternative T, `tag`, its number, and `name`, a NUL-terminated text in ASCII: the word
+/// that error messages have for it.
+template <class T>
+struct traits;
+
+template <int Tag>
+struct alternative {
+    static constexpr int tag = Tag;
+};
+
+template <>
+struct traits<Undefined> : alternative<0> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<Null> : alternative<1> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<bool> : alternative<2> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<double> : alternative<3> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<std::string> : alternative<4> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<ValueVector> : alternative<5> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<ValueMap> : alternative<6> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<float> : alternative<7> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<long long> : alternative<8> {
+    KX_EXPORT static const char* const name;
+};
+template <>
+struct traits<unsigned long long> : alternative<9> {
+    KX_EXPORT static const char* const name;
+};
+
+/// One of the ten types that a Value can hold.
+template <class T>
+concept Alternative = requires { traits<T>::tag; };
+
+} // namespace foundation::json

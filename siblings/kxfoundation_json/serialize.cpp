@@ -1,0 +1,128 @@
+#include "foundation/json/serialize.hpp"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+namespace foundation::json {
+
+namespace {
+
+// Appends the text of values to one string.
+class Writer {
+public:
+    void write(const Value& value) {
+        switch (value.tag()) {
+        case traits<bool>::tag:
+            text_ += *value.get_if<bool>() ? "true" : "false";
+            break;
+        case traits<double>::tag:
+            write_floating(*value.get_if<double>());
+            break;
+        case traits<std::string>::tag:
+            write_string(*value.get_if<std::string>());
+            break;
+        case traits<ValueVector>::tag:
+            write_array(*value.get_if<ValueVector>());
+            break;
+        case traits<ValueMap>::tag:
+            write_object(*value.get_if<ValueMap>());
+            break;
+        case traits<float>::tag:
+            // As a double, which is what a float reads back as: 0.1F is not the number 0.1.
+            write_floating(*value.get_if<float>());
+            break;
+        case traits<long long>::tag:
+            write_digits(*value.get_if<long long>());
+            break;
+        case traits<unsigned long long>::tag:
+            write_digits(*value.get_if<unsigned long long>());
+            break;
+        default: // Undefined and Null
+            text_ += "null";
+        }
+    }
+
+    std::string take_text() noexcept { return std::move(text_); }
+
+private:
+    void write_array(const ValueVector& elements) {
+        char separator = '[';
+        for (const Value& element : elements) {
+            text_ += separator;
+            write(element);
+            separator = ',';
+        }
+        text_ += elements.empty() ? "[]" : "]";
+    }
+
+    void write_object(const ValueMap& members) {
+        char separator = '{';
+        for (const auto& [key, value] : members) {
+            text_ += separator;
+            write_string(key);
+            text_ += ':';
+            write(value);
+            separator = ',';
+        }
+        text_ += members.empty() ? "{}" : "}";
+    }
+
+    void write_floating(double number) {
+        if (std::isnan(number))
+            text_ += "null";
+        else if (std::isinf(number)) // no numeral for it, but a numeral beyond the range reads as one
+            text_ += number < 0 ? "-1e999" : "1e999";
+        else
+            write_digits(number);
+    }
+
+    template <class Number>
+    void write_digits(Number number) {
+        std::array<char, 32> digits; // the longest are doubles: 24 characters
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        text_.append(digits.data(), end);
+    }
+
+    void write_string(std::string_view text) {
+        text_ += '"';
+        std::size_t written = 0;
+        for (std::size_t position = 0; position < text.size(); ++position) {
+            const char byte = text[position];
+            if (byte != '"' && byte != '\\' && static_cast<unsigned char>(byte) >= 0x20)
+                continue;
+            text_ += text.substr(written, position - written);
+            write_escape(byte);
+            written = position + 1;
+        }
+        text_ += text.substr(written);
+        text_ += '"';
+    }
+
+    void write_escape(char byte) {
+        constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
+        constexpr std::string_view letters = "\"\\bfnrt";
+        constexpr std::string_view hex_digits = "0123456789abcdef";
+        text_ += '\\';
+        if (const auto index = escaped.find(byte); index != std::string_view::npos) {
+            text_ += letters[index];
+        } else {
+            text_ += "u00";
+            text_ += hex_digits[static_cast<unsigned char>(byte) / 16U];
+            text_ += hex_digits[static_cast<unsigned char>(byte) % 16U];
+        }
+    }
+
+    std::string text_;
+};
+
+} // namespace
+
+std::string serialize(const Value& value) {
+    Writer writer;
+    writer.write(value);
+    return writer.take_text();
+}
+
+} // namespace foundation::json

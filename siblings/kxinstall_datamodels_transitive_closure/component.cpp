@@ -1,0 +1,7 @@
+#include "install/datamodels/transitive_closure/component.hpp"
+
+namespace install::datamodels::transitive_closure {
+
+Component::Component() : record_(std::make_shared<Impl>()) {}
+
+} // namespace install::datamodels::transitive_closure

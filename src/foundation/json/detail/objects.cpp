@@ -1,0 +1,60 @@
+#include "foundation/json/detail/bracketed_list.hpp"
+#include "foundation/json/detail/parser.hpp"
+
+#include <string>
+#include <utility>
+
+namespace foundation::json::detail {
+
+namespace {
+
+// Reads a key, the colon behind it, and the whitespace up to the value.
+parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool allow_comments) {
+    if (const parse_result result = read_string(key, pos, end, allow_comments); result != parse_ok)
+        return result;
+    skip_whitespace(pos, end, allow_comments);
+    if (pos == end)
+        return parse_end_of_input;
+    if (*pos != ':')
+        return parse_no_colon;
+    ++pos;
+    skip_whitespace(pos, end, allow_comments);
+    return parse_ok;
+}
+
+} // namespace
+
+parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
+                                  bool allow_comments, int depth) {
+    constexpr Brackets brackets = {'{', '}', parse_no_object_open, parse_bad_object_separator};
+    ValueMap members;
+    const auto read_member = [&] {
+        std::string key;
+        if (const parse_result result = read_key(key, pos, end, allow_comments); result != parse_ok)
+            return result;
+        Value value;
+        const parse_result result = parse_value(value, pos, end, allow_comments, depth + 1);
+        // The first occurrence of a key wins; a later one has been read in full and is dropped.
+        if (result == parse_ok)
+            members.try_emplace(std::move(key), std::move(value));
+        return result;
+    };
+    const parse_result result =
+        read_bracketed_list(brackets, pos, end, allow_comments, depth, read_member);
+    if (result == parse_ok)
+        out.swap(members);
+    return result;
+}
+
+parse_result parse_object(Value& out, Iterator& pos, const Iterator& end, bool allow_comments,
+                          int depth) {
+    ValueMap members;
+    const parse_result result = parse_object_members(members, pos, end, allow_comments, depth);
+    if (result == parse_ok) {
+        Value value(std::move(members));
+        store_value(out, value);
+    }
+    return result;
+}
+
+} // namespace foundation::json::detail

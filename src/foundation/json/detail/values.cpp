@@ -1,0 +1,61 @@
+#include "foundation/json/detail/parser.hpp"
+
+#include <utility>
+
+namespace foundation::json::detail {
+
+namespace {
+
+// A word that is none of the literals fails like any other text that begins no value: at its first
+// byte, with the code of the first alternative.
+parse_result begins_no_value_unless_ok(parse_result literal_result) {
+    return literal_result == parse_ok ? parse_ok : parse_no_opening_quote;
+}
+
+parse_result parse_number_value(Value& out, Iterator& pos, const Iterator& end,
+                                bool allow_comments) {
+    double number = 0;
+    const parse_result result = parse_number(number, pos, end, allow_comments);
+    if (result == parse_ok) {
+        Value value(number);
+        store_value(out, value);
+    }
+    return result;
+}
+
+} // namespace
+
+// A value is what one of six alternatives reads: string, number, object, array, boolean, null. If
+// all fail, the one that got furthest tells the fault, and of several equally far the first in this
+// order. No two of them accept the same first byte, and the literals never move on failure: so the
+// first byte names the only alternative that can get past it, and the others need no trial.
+parse_result parse_value(Value& out, Iterator& pos, const Iterator& end, bool allow_comments,
+                         int depth) {
+    if (pos == end)
+        return parse_end_of_input;
+    switch (*pos) {
+    case '"':
+        return parse_string(out, pos, end, allow_comments);
+    case '{':
+        return parse_object(out, pos, end, allow_comments, depth);
+    case '[':
+        return parse_array(out, pos, end, allow_comments, depth);
+    case 't':
+    case 'f':
+        return begins_no_value_unless_ok(parse_boolean(out, pos, end, allow_comments));
+    case 'n':
+        return begins_no_value_unless_ok(parse_null(out, pos, end, allow_comments));
+    default:
+        if (*pos == '-' || is_digit(*pos))
+            return parse_number_value(out, pos, end, allow_comments);
+        return parse_no_opening_quote;
+    }
+}
+
+parse_result parse_value(Value& out, Iterator& pos, const Iterator& end, bool allow_comments) {
+    return parse_value(out, pos, end, allow_comments, 0);
+}
+
+void store_value(Value& target, Value& source) noexcept { target = std::move(source); }
+
+} // namespace foundation::json::detail

@@ -1,0 +1,36 @@
+#include "install/product_impl/utils/files.hpp"
+
+#include "fl/filesystem/fstream.hpp"
+#include "fl/filesystem/operations.hpp"
+
+#include <ios>
+
+namespace install::product_impl::utils {
+
+std::string readFile(const ustring& path) {
+    fl::filesystem::basic_ifstream<char> file(path);
+    std::string text;
+    // A buffer at a time. Filling it is left to peek(), because the buffer itself raises on an error
+    // of reading (a directory, a broken disk), where the stream only takes note of it.
+    while (file.peek() != std::char_traits<char>::eof()) {
+        const auto available = static_cast<std::size_t>(file.rdbuf()->in_avail());
+        const std::size_t size = text.size();
+        text.resize(size + available);
+        file.read(text.data() + size, static_cast<std::streamsize>(available));
+    }
+    return text;
+}
+
+void writeFile(const ustring& path, const std::string& text) {
+    fl::filesystem::basic_ofstream<char> file(path, std::ios_base::out | std::ios_base::binary);
+    file << text;
+    file.close();
+}
+
+void createParentDirectory(const fl::filesystem::path& path) {
+    const ustring parent = fl::filesystem::detail::extract_parent_path(path.text());
+    if (!fl::filesystem::exists(parent))
+        fl::filesystem::create_directories(parent);
+}
+
+} // namespace install::product_impl::utils
