@@ -10,7 +10,9 @@ bool exists(const ustring& pathname) {
     return std::filesystem::exists(detail::make_native_access_form_with_cleanup_i18n(pathname));
 }
 
-bool exists(const path& pathname) { return exists(pathname.text()); }
+bool exists(const path& pathname) {
+    return exists(pathname.text());
+}
 
 void create_directories(const ustring& pathname) {
     if (!pathname.empty())

@@ -24,7 +24,9 @@ bool climbs(std::u16string_view element) {
 
 } // namespace
 
-ustring make_native_form(const ustring& text, bool /*native*/) { return text; }
+ustring make_native_form(const ustring& text, bool /*native*/) {
+    return text;
+}
 
 void concatenate_pathname(ustring& path, const ustring& element, bool /*native*/) {
     if (climbs(element))

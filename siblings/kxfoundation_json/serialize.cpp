@@ -72,7 +72,8 @@ private:
     void write_floating(double number) {
         if (std::isnan(number))
             text_ += "null";
-        else if (std::isinf(number)) // no numeral for it, but a numeral beyond the range reads as one
+        else if (std::isinf(
+                     number)) // no numeral for it, but a numeral beyond the range reads as one
             text_ += number < 0 ? "-1e999" : "1e999";
         else
             write_digits(number);

@@ -8,11 +8,14 @@
 
 namespace foundation::json::detail {
 
-std::string get_utf8_string(Iterator first, Iterator last) { return {first, last}; }
+std::string get_utf8_string(Iterator first, Iterator last) {
+    return {first, last};
+}
 
 double string_to_double(const char* token) noexcept {
     double number = 0;
-    // Out of range is told by the error code alone: the number is infinity or the nearest small one.
+    // Out of range is told by the error code alone: the number is infinity or the nearest small
+    // one.
     fast_float::from_chars(token, token + std::strlen(token), number);
     return number;
 }

@@ -59,8 +59,8 @@ std::size_t offset_of_fault(const std::string& text) {
 #pragma GCC diagnostic pop
 
 // Converts with an ICU function of the u_strToUTF8 family. The first try has room for as many units
-// as `text` has, which suffices for ASCII and for every way to UTF-16; otherwise ICU has counted the
-// units that it needs, and the second try has them.
+// as `text` has, which suffices for ASCII and for every way to UTF-16; otherwise ICU has counted
+// the units that it needs, and the second try has them.
 template <class Result, class Text, class IcuFunction>
 Result convert(const Text& text, const char* encoding, IcuFunction icu_function) {
     Result result(text.size(), 0);

@@ -4,7 +4,9 @@ namespace install::datamodels::transitive_closure {
 
 Product::Product() : record_(std::make_shared<Impl>()) {}
 
-const std::set<ustring>& Product::Impl::getPlatforms() const noexcept { return platforms; }
+const std::set<ustring>& Product::Impl::getPlatforms() const noexcept {
+    return platforms;
+}
 
 const Product::Impl::Products& Product::Impl::getRequiredProducts() const noexcept {
     return requiredProducts;
@@ -14,9 +16,13 @@ const Product::Impl::Components& Product::Impl::getDirectRequiredComponents() co
     return directRequiredComponents;
 }
 
-const Product::Impl::Xmls& Product::Impl::getPlatformXmls() const noexcept { return platformXmls; }
+const Product::Impl::Xmls& Product::Impl::getPlatformXmls() const noexcept {
+    return platformXmls;
+}
 
-const Product::Impl::Xmls& Product::Impl::getLocaleXmls() const noexcept { return localeXmls; }
+const Product::Impl::Xmls& Product::Impl::getLocaleXmls() const noexcept {
+    return localeXmls;
+}
 
 const std::vector<AltDependency>& Product::Impl::getAltDependencies() const noexcept {
     return altDependencies;

@@ -10,9 +10,8 @@
 namespace fl::filesystem::detail {
 
 /// Gives `path` as fopen takes it: UTF-8 on POSIX. Raises std::invalid_argument where `path` holds
-/// U+0000, since the platform would open another file, and fl::i18n::conversion_error where it is no
-/// well-formed UTF-16.
-[[nodiscard]] KX_EXPORT std::string
-make_native_access_form_with_cleanup_i18n(const ustring& path);
+/// U+0000, since the platform would open another file, and fl::i18n::conversion_error where it is
+/// no well-formed UTF-16.
+[[nodiscard]] KX_EXPORT std::string make_native_access_form_with_cleanup_i18n(const ustring& path);
 
 } // namespace fl::filesystem::detail

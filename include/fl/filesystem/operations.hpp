@@ -11,14 +11,14 @@
 
 namespace fl::filesystem {
 
-/// True if something is at `pathname`, links followed; false only if nothing is there. What could not be
-/// looked at is neither: std::filesystem::filesystem_error, with the path.
+/// True if something is at `pathname`, links followed; false only if nothing is there. What could
+/// not be looked at is neither: std::filesystem::filesystem_error, with the path.
 [[nodiscard]] KX_EXPORT bool exists(const ustring& pathname);
 [[nodiscard]] KX_EXPORT bool exists(const path& pathname);
 
-/// Makes the directory `pathname` with all its missing parents; one that is there stays as it is, and an
-/// empty path stands for the current directory. Raises std::filesystem::filesystem_error with the
-/// path; parents made before the failure stay.
+/// Makes the directory `pathname` with all its missing parents; one that is there stays as it is,
+/// and an empty path stands for the current directory. Raises std::filesystem::filesystem_error
+/// with the path; parents made before the failure stay.
 KX_EXPORT void create_directories(const ustring& pathname);
 
 } // namespace fl::filesystem

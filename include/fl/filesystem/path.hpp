@@ -14,9 +14,9 @@ namespace detail {
 [[nodiscard]] KX_EXPORT ustring make_native_form(const ustring& text, bool native);
 
 /// Adds `element`, which is not empty, to `path` as its last element. One separator is put between,
-/// unless `path` is empty or ends with one. An element may hold separators, but must not climb: with
-/// a component `..` in it std::invalid_argument is raised, which names the element, and `path` stays
-/// as it was. `native` is the flag of the path.
+/// unless `path` is empty or ends with one. An element may hold separators, but must not climb:
+/// with a component `..` in it std::invalid_argument is raised, which names the element, and `path`
+/// stays as it was. `native` is the flag of the path.
 KX_EXPORT void concatenate_pathname(ustring& path, const ustring& element, bool native);
 
 /// Gives all of `path` before its last separator. The parent of the root and of what lies directly

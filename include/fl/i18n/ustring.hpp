@@ -6,8 +6,9 @@
 
 namespace fl {
 
-/// A text in UTF-16. Lengths and positions count 16-bit code units, and texts sort by them. The type
-/// promises nothing about well-formedness: unpaired surrogates are found where a text is converted.
+/// A text in UTF-16. Lengths and positions count 16-bit code units, and texts sort by them. The
+/// type promises nothing about well-formedness: unpaired surrogates are found where a text is
+/// converted.
 using ustring = std::u16string;
 
 } // namespace fl

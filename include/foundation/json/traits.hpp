@@ -78,6 +78,8 @@ struct traits<unsigned long long> : alternative<9> {
 
 /// One of the ten types that a Value can hold.
 template <class T>
-concept Alternative = requires { traits<T>::tag; };
+concept Alternative = requires {
+    traits<T>::tag;
+};
 
 } // namespace foundation::json

@@ -35,15 +35,15 @@ public:
     /// A deep copy. Raises std::bad_alloc.
     KX_EXPORT Value(const Value& source);
 
-    /// Takes over the content of `source` without taking memory. `source` keeps its tag; its string,
-    /// vector or map is empty.
+    /// Takes over the content of `source` without taking memory. `source` keeps its tag; its
+    /// string, vector or map is empty.
     KX_EXPORT Value(Value&& source) noexcept;
 
     /// Makes this a deep copy of `source`, which may be a part of this value. With equal tags the
     /// content is assigned in place: elements on both sides one by one.
     ///
-    /// Raises std::bad_alloc. A string that failed to be copied over another alternative leaves this
-    /// as it was. A vector or a map that failed leaves a bool of no particular value, the old
+    /// Raises std::bad_alloc. A string that failed to be copied over another alternative leaves
+    /// this as it was. A vector or a map that failed leaves a bool of no particular value, the old
     /// content being gone; where this held the same alternative, what was assigned so far stays.
     KX_EXPORT Value& operator=(const Value& source);
 
@@ -57,8 +57,8 @@ public:
     /// Which alternative is held: its traits<T>::tag, 0 to 9.
     [[nodiscard]] int tag() const noexcept { return tag_; }
 
-    /// Points to the content, if it is a T, and is null otherwise. The pointer holds until the value
-    /// is assigned or destroyed.
+    /// Points to the content, if it is a T, and is null otherwise. The pointer holds until the
+    /// value is assigned or destroyed.
     template <Alternative T>
     [[nodiscard]] const T* get_if() const noexcept;
 

@@ -30,7 +30,10 @@ using ComponentMap = std::map<ustring, std::shared_ptr<const component_impl::Com
 struct AltDependency {
     AltDependency(const std::string& field1, const std::string& field2, const std::string& field3,
                   const std::string& field4, const std::string& field5)
-        : altField1(field1), altField2(field2), altField3(field3), altField4(field4),
+        : altField1(field1),
+          altField2(field2),
+          altField3(field3),
+          altField4(field4),
           altField5(field5) {}
 
     std::string altField1;
@@ -43,9 +46,9 @@ struct AltDependency {
 /// A product: a snapshot that answers questions and can leave itself on disk.
 ///
 /// Getters give values of the caller's own, never references into the object, and fail only with
-/// std::bad_alloc. Const operations may run at the same time; setRequiredProducts must not run beside
-/// any other call on the same object. The order of the virtual operations is part of the binary
-/// interface.
+/// std::bad_alloc. Const operations may run at the same time; setRequiredProducts must not run
+/// beside any other call on the same object. The order of the virtual operations is part of the
+/// binary interface.
 class KX_EXPORT Product {
 public:
     virtual ~Product();
@@ -75,12 +78,12 @@ public:
     /// Writes the product into the tree below `installRoot`: its XML documents for `platforms` and
     /// `locale`, its entry in the contents map, and the time of this write in the installed record.
     ///
-    /// Tags are UTF-8; one without a document is passed over. A file that cannot be written is passed
-    /// over without a sign. Raises std::runtime_error where a JSON file is there but does not hold an
-    /// object, which leaves that file as it was; std::filesystem::filesystem_error where a directory
-    /// cannot be made or a file not be looked at; std::invalid_argument where name, version or a tag
-    /// would climb out of the tree or holds U+0000; fl::i18n::conversion_error where a text is
-    /// ill-formed. What was written before stays.
+    /// Tags are UTF-8; one without a document is passed over. A file that cannot be written is
+    /// passed over without a sign. Raises std::runtime_error where a JSON file is there but does
+    /// not hold an object, which leaves that file as it was; std::filesystem::filesystem_error
+    /// where a directory cannot be made or a file not be looked at; std::invalid_argument where
+    /// name, version or a tag would climb out of the tree or holds U+0000;
+    /// fl::i18n::conversion_error where a text is ill-formed. What was written before stays.
     ///
     /// Nothing guards the tree: the caller keeps writes below one root apart.
     virtual void serialize(const ustring& installRoot, const std::vector<std::string>& platforms,

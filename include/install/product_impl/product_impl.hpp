@@ -27,8 +27,8 @@ using XmlMap = std::map<std::string, std::string>;
 
 class KX_EXPORT ProductImpl : public product_api::Product {
 public:
-    /// Copies what it needs out of `model` and keeps no reference to it. Of several documents for one
-    /// platform or locale, and of several components with one key, the first counts.
+    /// Copies what it needs out of `model` and keeps no reference to it. Of several documents for
+    /// one platform or locale, and of several components with one key, the first counts.
     ///
     /// Raises std::bad_alloc, fl::i18n::conversion_error where the tag or text of a document or an
     /// alternative dependency is ill-formed UTF-16, and whatever making a component raises.
@@ -78,7 +78,8 @@ public:
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
     /// \name Stages of serialize
-    /// All raise as serialize does; paths and keys are those of install/product_impl/utils/paths.hpp.
+    /// All raise as serialize does; paths and keys are those of
+    /// install/product_impl/utils/paths.hpp.
     /// @{
 
     /// The virtual writeXml with `locale` as its only locale.
@@ -86,7 +87,8 @@ public:
                   const std::string& locale) const;
 
     /// Makes the directory of the products and writes one document. Raises std::out_of_range with
-    /// "map::at:  key not found", the directory being made by then, where there is no such document.
+    /// "map::at:  key not found", the directory being made by then, where there is no such
+    /// document.
     void writePlatformXml(const ustring& installRoot, const std::string& platform) const;
     void writeLocaleXml(const ustring& installRoot, const std::string& locale) const;
 
@@ -110,14 +112,15 @@ public:
     getRelativeXmlPaths(const ustring& installRoot, const std::vector<std::string>& platforms,
                         const std::string& locale) const;
 
-    /// Creates the installed record, or replaces this product's entry in it: basecode to the time of
-    /// this write, in milliseconds since the Unix epoch.
+    /// Creates the installed record, or replaces this product's entry in it: basecode to the time
+    /// of this write, in milliseconds since the Unix epoch.
     void writeInstalledProdData(const ustring& installRoot) const;
 
     /// Writes an installed record of just this product to `filePath`.
     void createInstalledProdData(const fl::filesystem::path& filePath) const;
 
-    /// Reads the installed record at `filePath`, replaces this product's entry and rewrites the file.
+    /// Reads the installed record at `filePath`, replaces this product's entry and rewrites the
+    /// file.
     void addEntryInInstalledProdData(const fl::filesystem::path& filePath) const;
     /// @}
 

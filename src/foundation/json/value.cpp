@@ -38,9 +38,13 @@ decltype(auto) with_alternative(int tag, const Operation& operation) {
 
 } // namespace
 
-Value::Value(const Value& source) { copy_content(source); }
+Value::Value(const Value& source) {
+    copy_content(source);
+}
 
-Value::Value(Value&& source) noexcept { take_content(source); }
+Value::Value(Value&& source) noexcept {
+    take_content(source);
+}
 
 Value& Value::operator=(const Value& source) {
     // Assigning a vector or map out of this value to it would read from what is being destroyed.
@@ -80,9 +84,8 @@ void Value::destroy_allocated_content() noexcept {
 
 // For a Value without content. The tag comes last, so that a failure leaves nothing to destroy.
 void Value::copy_content(const Value& source) {
-    with_alternative(source.tag_, [&]<class T>(std::type_identity<T>) {
-        emplace<T>(T(*source.get_if<T>()));
-    });
+    with_alternative(source.tag_,
+                     [&]<class T>(std::type_identity<T>) { emplace<T>(T(*source.get_if<T>())); });
 }
 
 // For a Value without content, or with a scalar of the same tag.
@@ -154,15 +157,14 @@ bool Value::contains(const Value& part) const noexcept {
     if (const auto* vector = get_if<ValueVector>())
         return std::any_of(vector->begin(), vector->end(), is_or_contains_part);
     if (const auto* map = get_if<ValueMap>())
-        return std::any_of(map->begin(), map->end(), [&](const auto& member) {
-            return is_or_contains_part(member.second);
-        });
+        return std::any_of(map->begin(), map->end(),
+                           [&](const auto& member) { return is_or_contains_part(member.second); });
     return false;
 }
 
 void Value::raise_invalid_conversion(const char* to) const {
-    const char* const from = with_alternative(
-        tag_, []<class T>(std::type_identity<T>) { return traits<T>::name; });
+    const char* const from =
+        with_alternative(tag_, []<class T>(std::type_identity<T>) { return traits<T>::name; });
     throw std::runtime_error(std::string("invalid conversion: ") + from + " to " + to);
 }
 

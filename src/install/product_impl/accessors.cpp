@@ -4,27 +4,49 @@
 
 namespace install::product_impl {
 
-ustring ProductImpl::getBasecode() const { return basecode_; }
+ustring ProductImpl::getBasecode() const {
+    return basecode_;
+}
 
-ustring ProductImpl::getName() const { return name_; }
+ustring ProductImpl::getName() const {
+    return name_;
+}
 
-ustring ProductImpl::getNumber() const { return number_; }
+ustring ProductImpl::getNumber() const {
+    return number_;
+}
 
-ustring ProductImpl::getType() const { return type_; }
+ustring ProductImpl::getType() const {
+    return type_;
+}
 
-ustring ProductImpl::getVersion() const { return version_; }
+ustring ProductImpl::getVersion() const {
+    return version_;
+}
 
-ustring ProductImpl::getRelease() const { return release_; }
+ustring ProductImpl::getRelease() const {
+    return release_;
+}
 
-ustring ProductImpl::getReleaseDescription() const { return releaseDescription_; }
+ustring ProductImpl::getReleaseDescription() const {
+    return releaseDescription_;
+}
 
-bool ProductImpl::isControlling() const { return controlling_; }
+bool ProductImpl::isControlling() const {
+    return controlling_;
+}
 
-std::int64_t ProductImpl::getInstalledDate() const { return installedDate_; }
+std::int64_t ProductImpl::getInstalledDate() const {
+    return installedDate_;
+}
 
-std::set<ustring> ProductImpl::getPlatforms() const { return platforms_; }
+std::set<ustring> ProductImpl::getPlatforms() const {
+    return platforms_;
+}
 
-RequiredProductMap ProductImpl::getRequiredProducts() const { return requiredProducts_; }
+RequiredProductMap ProductImpl::getRequiredProducts() const {
+    return requiredProducts_;
+}
 
 std::vector<ustring> ProductImpl::getRequiredProductsBasecodes() const {
     return requiredProductsBasecodes_;
@@ -34,9 +56,13 @@ void ProductImpl::setRequiredProducts(const RequiredProductMap& products) {
     requiredProducts_ = products;
 }
 
-ComponentMap ProductImpl::getComponents() const { return components_; }
+ComponentMap ProductImpl::getComponents() const {
+    return components_;
+}
 
-std::vector<AltDependency> ProductImpl::getAltDependencies() const { return altDependencies_; }
+std::vector<AltDependency> ProductImpl::getAltDependencies() const {
+    return altDependencies_;
+}
 
 bool ProductImpl::shouldWritePlatformXml(const std::string& platform) const {
     return platformXmls_.contains(platform);

@@ -14,10 +14,16 @@ using fl::i18n::ustring_to_utf8;
 using Model = datamodels::transitive_closure::Product;
 
 ProductImpl::ProductImpl(const Model& model)
-    : basecode_(model->basecode), name_(model->name), number_(model->number), type_(model->type),
-      version_(model->version), release_(model->release),
-      releaseDescription_(model->releaseDescription), controlling_(model->controlling),
-      installedDate_(model->installedDate), platforms_(model->getPlatforms()),
+    : basecode_(model->basecode),
+      name_(model->name),
+      number_(model->number),
+      type_(model->type),
+      version_(model->version),
+      release_(model->release),
+      releaseDescription_(model->releaseDescription),
+      controlling_(model->controlling),
+      installedDate_(model->installedDate),
+      platforms_(model->getPlatforms()),
       requiredProductsBasecodes_(convertToInstallerRequiredProductsBasecodes(model)),
       components_(convertToInstallerComponents(model)),
       platformXmls_(converToInstallerPlatformXmls(model)),
@@ -37,8 +43,8 @@ std::vector<ustring> ProductImpl::convertToInstallerRequiredProductsBasecodes(co
 
 ComponentMap ProductImpl::convertToInstallerComponents(const Model& model) {
     ComponentMap components;
-    // The model's own key plays no part. A component is made even where its key is taken already, so
-    // that one which cannot be made never goes unnoticed.
+    // The model's own key plays no part. A component is made even where its key is taken already,
+    // so that one which cannot be made never goes unnoticed.
     for (const auto& [key, component] : model->getDirectRequiredComponents())
         components.emplace(component->componentKey,
                            std::make_shared<const ComponentImpl>(component));

@@ -61,8 +61,8 @@ ValueVector ProductImpl::getRelativeXmlPaths(const ustring& installRoot,
                                              const std::string& locale) const {
     ValueVector paths;
     const auto add = [&](const std::string& tag) {
-        const fl::filesystem::path path = utils::getRelativeXmlPath(
-            installRoot, name_, version_, fl::i18n::utf8_to_ustring(tag));
+        const fl::filesystem::path path =
+            utils::getRelativeXmlPath(installRoot, name_, version_, fl::i18n::utf8_to_ustring(tag));
         paths.emplace_back(fl::i18n::ustring_to_utf8(path.text()));
     };
     for (const std::string& platform : platforms)

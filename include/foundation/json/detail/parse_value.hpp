@@ -16,8 +16,8 @@ namespace foundation::json::detail {
 /// 0 for success, otherwise one of the codes below. Each has a sentence: see describe().
 using parse_result = int;
 
-/// Beside each code a text that provokes it. "(inside)" marks codes by which the parts of the reader
-/// talk to each other and which parse_value never returns.
+/// Beside each code a text that provokes it. "(inside)" marks codes by which the parts of the
+/// reader talk to each other and which parse_value never returns.
 enum parse_code : parse_result {
     parse_ok = 0,
     parse_bad_null = 1,              ///< (inside) nulx
@@ -47,13 +47,13 @@ inline constexpr int max_nesting_depth = 512;
 /// Comments count as whitespace inside arrays and objects if `allow_comments` is set.
 ///
 /// On success `out` holds the value, `pos` stands behind its text, and 0 is returned. On failure
-/// `out` is unchanged, `pos` stands where reading stopped, and the code of the fault is returned; so
-/// it is when an exception passes, but for `pos`.
+/// `out` is unchanged, `pos` stands where reading stopped, and the code of the fault is returned;
+/// so it is when an exception passes, but for `pos`.
 [[nodiscard]] KX_EXPORT parse_result parse_value(Value& out, Iterator& pos, const Iterator& end,
                                                  bool allow_comments);
 
-/// Says in one English sentence, in ASCII, what `result` means. The text is static; a number that is
-/// no result code has one too.
+/// Says in one English sentence, in ASCII, what `result` means. The text is static; a number that
+/// is no result code has one too.
 [[nodiscard]] KX_EXPORT const char* describe(parse_result result) noexcept;
 
 } // namespace foundation::json::detail

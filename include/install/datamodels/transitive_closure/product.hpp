@@ -23,8 +23,8 @@
 namespace install::datamodels::transitive_closure {
 
 /// A handle to a product's record. It always has one, and its copies share it; the record lives
-/// until the last of them is gone. Records that require each other in a circle keep each other alive:
-/// who builds one takes it apart again, or requires a record that holds just the basecode.
+/// until the last of them is gone. Records that require each other in a circle keep each other
+/// alive: who builds one takes it apart again, or requires a record that holds just the basecode.
 class Product {
 public:
     struct Impl;

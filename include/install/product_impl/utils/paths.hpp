@@ -6,11 +6,11 @@
 //     appdata/prodcontents.json            the contents map of all products
 //     appdata/installedProductData.json    the installed record of all products
 //
-// A product key is name, space, version, space and a third text, which is the tag of a platform or a
-// locale, or "hostpf" in the contents map. No text is trimmed, folded or escaped. All texts are
+// A product key is name, space, version, space and a third text, which is the tag of a platform or
+// a locale, or "hostpf" in the contents map. No text is trimmed, folded or escaped. All texts are
 // UTF-16, and lengths count 16-bit units. Everything raises std::bad_alloc and std::length_error;
-// paths also raise std::invalid_argument where name, version or tag would climb out of the tree by a
-// component "..".
+// paths also raise std::invalid_argument where name, version or tag would climb out of the tree by
+// a component "..".
 
 #pragma once
 
@@ -31,13 +31,12 @@ namespace install::product_impl::utils {
 
 /// Gives the full path of an XML document.
 [[nodiscard]] KX_EXPORT fl::filesystem::path getXmlPath(const ustring& installRoot,
-                                                        const ustring& name,
-                                                        const ustring& version,
+                                                        const ustring& name, const ustring& version,
                                                         const ustring& platform);
 
-/// Gives that path without the install root, so that the root followed by it is the full path again:
-/// with a root that ends in no separator it begins with one. Raises std::out_of_range if the root is
-/// longer than the full path.
+/// Gives that path without the install root, so that the root followed by it is the full path
+/// again: with a root that ends in no separator it begins with one. Raises std::out_of_range if the
+/// root is longer than the full path.
 [[nodiscard]] KX_EXPORT fl::filesystem::path getRelativeXmlPath(const ustring& installRoot,
                                                                 const ustring& name,
                                                                 const ustring& version,

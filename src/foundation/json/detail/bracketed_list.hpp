@@ -13,8 +13,8 @@ struct Brackets {
     parse_result bad_separator;
 };
 
-// Reads from the opening bracket to the closing one. `read_item` reads one item at `pos`, nothing in
-// front of it or behind, and gives a result. A comma must be followed by an item.
+// Reads from the opening bracket to the closing one. `read_item` reads one item at `pos`, nothing
+// in front of it or behind, and gives a result. A comma must be followed by an item.
 template <class ReadItem>
 [[nodiscard]] parse_result read_bracketed_list(const Brackets& brackets, Iterator& pos,
                                                const Iterator& end, bool allow_comments, int depth,

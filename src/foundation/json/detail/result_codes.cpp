@@ -12,7 +12,8 @@ const char* describe(parse_result result) noexcept {
     case parse_bad_boolean:
         return "The word is neither true nor false.";
     case parse_bad_unicode_escape:
-        return "A \\u escape needs four hexadecimal digits, and a second one behind a high surrogate.";
+        return "A \\u escape needs four hexadecimal digits, and a second one behind a high "
+               "surrogate.";
     case parse_bad_escape:
         return "The character behind the backslash is no escape letter.";
     case parse_string_end:

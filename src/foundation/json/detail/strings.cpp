@@ -36,7 +36,9 @@ parse_result read_utf16_unit(char16_t& unit, Iterator first) {
     return parse_ok;
 }
 
-constexpr bool is_high_surrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool is_high_surrogate(char16_t unit) {
+    return (unit & 0xFC00) == 0xD800;
+}
 
 // With `pos` at the backslash of a \u escape. A high surrogate takes the escape behind it along,
 // whatever unit that one holds. `pos` moves only when all was found good.

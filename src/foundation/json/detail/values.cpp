@@ -56,6 +56,8 @@ parse_result parse_value(Value& out, Iterator& pos, const Iterator& end, bool al
     return parse_value(out, pos, end, allow_comments, 0);
 }
 
-void store_value(Value& target, Value& source) noexcept { target = std::move(source); }
+void store_value(Value& target, Value& source) noexcept {
+    target = std::move(source);
+}
 
 } // namespace foundation::json::detail

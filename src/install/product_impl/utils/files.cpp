@@ -10,8 +10,8 @@ namespace install::product_impl::utils {
 std::string readFile(const ustring& path) {
     fl::filesystem::basic_ifstream<char> file(path);
     std::string text;
-    // A buffer at a time. Filling it is left to peek(), because the buffer itself raises on an error
-    // of reading (a directory, a broken disk), where the stream only takes note of it.
+    // A buffer at a time. Filling it is left to peek(), because the buffer itself raises on an
+    // error of reading (a directory, a broken disk), where the stream only takes note of it.
     while (file.peek() != std::char_traits<char>::eof()) {
         const auto available = static_cast<std::size_t>(file.rdbuf()->in_avail());
         const std::size_t size = text.size();

@@ -17,8 +17,7 @@ ValueMap getJsonObjFromFile(const ustring& path) {
         const std::string text = readFile(path);
         auto pos = text.begin();
         // The result is of no interest: a failure leaves the document undefined, and get() raises.
-        static_cast<void>(
-            foundation::json::detail::parse_value(document, pos, text.end(), false));
+        static_cast<void>(foundation::json::detail::parse_value(document, pos, text.end(), false));
     }
     return std::move(document.get<ValueMap>());
 }

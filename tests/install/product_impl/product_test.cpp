@@ -1,0 +1,151 @@
+#include "install/product_impl/product_impl.hpp"
+
+#include "fl/i18n/text_conversion.hpp"
+#include "install/component_impl/component_impl.hpp"
+#include "support/models.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+
+namespace {
+
+using namespace install::product_impl;
+using install::ustring;
+using install::component_impl::ComponentImpl;
+namespace model = install::datamodels::transitive_closure;
+
+model::Component component(const ustring& key, const ustring& name) {
+    model::Component component;
+    component->componentKey = key;
+    component->name = name;
+    return component;
+}
+
+model::Product required(const ustring& basecode) {
+    model::Product product;
+    product->basecode = basecode;
+    return product;
+}
+
+TEST(Product, IsASnapshotOfItsModel) {
+    model::Product source = test::sample_model();
+    source->number = u"17";
+    source->type = u"tool";
+    source->release = u"R1";
+    source->releaseDescription = {u'd', 0xD800}; // not for us to judge
+    source->controlling = true;
+    source->installedDate = std::numeric_limits<std::int64_t>::min() + 1;
+    source->platforms = {u"win", u"hostpf"};
+    source->requiredProducts = {
+        {u"z", required(u"A")}, {u"a", required(u"B")}, {u"m", required(u"A")}};
+    source->altDependencies = {{u"1", u"\u00E4", u"", u"4", u"5"},
+                               {u"1", u"\u00E4", u"", u"4", u"5"}};
+    const ProductImpl product(source);
+    *source = {};
+
+    EXPECT_EQ(product.getBasecode(), u"ST");
+    EXPECT_EQ(product.getName(), u"Sample Tool");
+    EXPECT_EQ(product.getNumber(), u"17");
+    EXPECT_EQ(product.getType(), u"tool");
+    EXPECT_EQ(product.getVersion(), u"2.5");
+    EXPECT_EQ(product.getRelease(), u"R1");
+    EXPECT_EQ(product.getReleaseDescription(), (ustring{u'd', 0xD800}));
+    EXPECT_TRUE(product.isControlling());
+    EXPECT_EQ(product.getInstalledDate(), std::numeric_limits<std::int64_t>::min() + 1);
+    EXPECT_EQ(product.getPlatforms(), (std::set<ustring>{u"hostpf", u"win"}));
+    EXPECT_TRUE(product.getRequiredProducts().empty());
+    EXPECT_EQ(product.getRequiredProductsBasecodes(), (std::vector<ustring>{u"B", u"A", u"A"}));
+    const std::vector<AltDependency> alternatives = product.getAltDependencies();
+    ASSERT_EQ(alternatives.size(), 2U);
+    EXPECT_EQ(alternatives[1].altField1 + "|" + alternatives[1].altField2 + "|" +
+                  alternatives[1].altField3 + "|" + alternatives[1].altField4 + "|" +
+                  alternatives[1].altField5,
+              "1|\xC3\xA4||4|5");
+}
+
+TEST(Product, OfAnEmptyModelIsEmpty) {
+    const ProductImpl product{model::Product()};
+    EXPECT_EQ(product.getName(), u"");
+    EXPECT_FALSE(product.isControlling());
+    EXPECT_TRUE(product.getPlatforms().empty());
+    EXPECT_TRUE(product.getRequiredProductsBasecodes().empty());
+    EXPECT_TRUE(product.getComponents().empty());
+    EXPECT_TRUE(product.getAltDependencies().empty());
+    EXPECT_FALSE(product.shouldWriteLocaleXml(""));
+}
+
+TEST(Product, TakesTheFirstOfEqualKeys) {
+    model::Product source = test::sample_model();
+    source->platformXmls.emplace_back(u"hostpf", u"<second/>");
+    source->localeXmls.emplace_back(u"empty", u"");
+    source->directRequiredComponents = {{u"2", component(u"key", u"second")},
+                                        {u"1", component(u"key", u"first")},
+                                        {u"3", component(u"a", u"third")}};
+    ProductImpl product(source);
+    EXPECT_EQ(product.converToInstallerPlatformXmls(source).at("hostpf"), "<host/>");
+    const ComponentMap components = product.getComponents();
+    ASSERT_EQ(components.size(), 2U);
+    EXPECT_EQ(components.begin()->first, u"a");
+    EXPECT_EQ(components.at(u"key")->getName(), u"first");
+
+    EXPECT_TRUE(product.shouldWritePlatformXml("hostpf"));
+    EXPECT_TRUE(product.shouldWriteLocaleXml("empty"));
+    EXPECT_FALSE(product.shouldWritePlatformXml("HOSTPF"));
+    EXPECT_FALSE(product.shouldWritePlatformXml("en"));
+    EXPECT_FALSE(product.shouldWriteLocaleXml("EN"));
+}
+
+TEST(Product, OfAModelWithIllFormedTextDoesNotComeIntoBeing) {
+    const ustring ill_formed = {u'a', 0xDC00};
+    const auto construct_with = [](const auto& spoil) {
+        model::Product source = test::sample_model();
+        spoil(*source);
+        const ProductImpl product(source);
+    };
+    EXPECT_THROW(construct_with([&](auto& it) { it.platformXmls[0].first = ill_formed; }),
+                 fl::i18n::conversion_error);
+    EXPECT_THROW(construct_with([&](auto& it) { it.localeXmls[0].second = ill_formed; }),
+                 fl::i18n::conversion_error);
+    EXPECT_THROW(construct_with([&](auto& it) {
+                     it.altDependencies = {{u"", u"", u"", u"", ill_formed}};
+                 }),
+                 fl::i18n::conversion_error);
+}
+
+TEST(Product, SharesItsComponentsWithWhoeverAsked) {
+    model::Product source = test::sample_model();
+    source->directRequiredComponents = {{u"1", component(u"key", u"name")}};
+    auto product = std::make_unique<ProductImpl>(source);
+    product->getComponents().clear(); // the caller's own
+    ComponentMap components = product->getComponents();
+    const std::weak_ptr<const ComponentImpl> watched = components.at(u"key");
+    product.reset();
+    ASSERT_FALSE(watched.expired());
+    EXPECT_EQ(watched.lock()->getComponentKey(), u"key");
+    components.clear();
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST(Product, HoldsTheRequiredProductsThatItWasGivenLast) {
+    std::unique_ptr<install::product_api::Product> product =
+        std::make_unique<ProductImpl>(test::sample_model());
+    RequiredProductMap two = {{u"any key", std::make_shared<ProductImpl>(test::sample_model())},
+                              {u"another", nullptr}};
+    const std::weak_ptr<install::product_api::Product> watched = two.at(u"any key");
+    product->setRequiredProducts(two);
+    EXPECT_EQ(product->getRequiredProducts(), two);
+    EXPECT_TRUE(product->getRequiredProductsBasecodes().empty());
+    two.clear();
+    EXPECT_FALSE(watched.expired());
+    RequiredProductMap handed_out = product->getRequiredProducts();
+    product->setRequiredProducts({});
+    EXPECT_TRUE(product->getRequiredProducts().empty());
+    product.reset();
+    EXPECT_FALSE(watched.expired());
+    handed_out.clear();
+    EXPECT_TRUE(watched.expired());
+}
+
+} // namespace

@@ -1,0 +1,24 @@
+// Values to test with, and their comparison.
+
+#pragma once
+
+#include "foundation/json/value.hpp"
+
+#include <iosfwd>
+#include <vector>
+
+namespace foundation::json {
+
+/// Equal in tag and content, all the way down. NaN equals itself here.
+bool operator==(const Value& left, const Value& right);
+std::ostream& operator<<(std::ostream& stream, const Value& value);
+
+} // namespace foundation::json
+
+namespace test {
+
+/// One value of each alternative, at the index of its tag. String, vector and map hold something
+/// that is on the heap.
+std::vector<foundation::json::Value> one_of_each();
+
+} // namespace test
