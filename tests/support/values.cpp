@@ -11,12 +11,12 @@ namespace {
 
 template <class T>
 bool both_hold_equal(const Value& left, const Value& right) {
-    const T* const content = left.get_if<T>();
+    const auto* const content = left.get_if<T>();
     return content != nullptr && *content == *right.get_if<T>();
 }
 
 bool both_nan(const Value& left, const Value& right) {
-    const double* const number = left.get_if<double>();
+    const auto* const number = left.get_if<double>();
     return number != nullptr && std::isnan(*number) && std::isnan(*right.get_if<double>());
 }
 

@@ -113,7 +113,7 @@ void Value::assign_same_alternative(const Value& source) {
         if constexpr (std::is_same_v<T, ValueVector>) {
             if (this == &source)
                 return;
-            ValueVector& to = get<ValueVector>();
+            auto& to = get<ValueVector>();
             const ValueVector& from = *source.get_if<ValueVector>();
             // Not the vector's own assignment, which builds all elements anew where it must grow.
             const auto common = static_cast<std::ptrdiff_t>(std::min(to.size(), from.size()));

@@ -79,8 +79,8 @@ TEST(Serialize, TakesAValueThatWasMovedFrom) {
     Value map((ValueMap()));
     Value vector((ValueVector()));
     const Value taken[] = {std::move(map), std::move(vector)};
-    EXPECT_EQ(serialize(map), serialize(taken[0]));    // NOLINT(bugprone-use-after-move)
-    EXPECT_EQ(serialize(vector), serialize(taken[1])); // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(serialize(map), serialize(taken[0]));
+    EXPECT_EQ(serialize(vector), serialize(taken[1]));
 }
 
 } // namespace

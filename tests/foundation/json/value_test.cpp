@@ -100,7 +100,7 @@ TEST(Value, AValueThatWasMovedFromIsOfUse) {
         const Value original = value;
         const Value taken = std::move(value);
         EXPECT_EQ(taken, original);
-        EXPECT_EQ(Value(value).tag(), original.tag()); // NOLINT(bugprone-use-after-move)
+        EXPECT_EQ(Value(value).tag(), original.tag());
         if (auto* elements = value.get_if<ValueVector>()) {
             EXPECT_TRUE(elements->empty());
             value.get<ValueVector>().emplace_back(true);

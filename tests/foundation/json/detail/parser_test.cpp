@@ -247,7 +247,7 @@ TEST(ParseValue, BoundsTheNestingButNotTheLength) {
             const int most = (max_nesting_depth - inner_levels) / levels;
             const std::string deepest = repeated(most, begin) + inner + repeated(most, close);
             EXPECT_EQ(read(deepest, allow_comments).code, parse_ok) << open;
-            const std::string too_deep = "[" + deepest + "]";
+            const std::string too_deep = std::string("[").append(deepest).append("]");
             const Reading reading = read(too_deep, allow_comments);
             EXPECT_EQ(reading.code, parse_nesting_too_deep) << open;
             // Behind the last bracket that opens.
@@ -255,7 +255,7 @@ TEST(ParseValue, BoundsTheNestingButNotTheLength) {
             EXPECT_EQ(reading.out, untouched);
         }
     const int many = 100000;
-    EXPECT_EQ(read("[" + repeated(many, "[],") + "{}]", false).code, parse_ok);
+    EXPECT_EQ(read(std::string("[").append(repeated(many, "[],")).append("{}]"), false).code, parse_ok);
     EXPECT_EQ(read(repeated(many, "["), false).code, parse_nesting_too_deep);
     EXPECT_EQ(read(repeated(many, "["), false).stop, max_nesting_depth + 1);
 }
