@@ -1,6 +1,7 @@
 #include "foundation/json/value.hpp"
 
 #include "support/failing_allocation.hpp"
+#include "support/failure.hpp"
 #include "support/values.hpp"
 
 #include <gtest/gtest.h>
@@ -31,31 +32,21 @@ void for_each_pair(const Test& test) {
         }
 }
 
-template <class To>
-std::string failure_of_get(const Value& value) {
-    try {
-        static_cast<void>(value.get<To>());
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "none";
-}
-
 TEST(Value, GettersGiveTheAlternativeHeldOrSayWhatIsWrong) {
-    const char* const names[] = {
+    const std::string names[] = {
         "undefined", "null",   "boolean", "double",    "string",
         "array",     "object", "float",   "long long", "unsigned long long"};
     const std::vector<Value> values = one_of_each();
     for (int tag = 0; tag < 10; ++tag) {
         const Value& value = values[static_cast<std::size_t>(tag)];
         ASSERT_EQ(value.tag(), tag);
-        const std::string prefix = std::string("invalid conversion: ") + names[tag] + " to ";
-        EXPECT_EQ(failure_of_get<std::string>(value),
+        const std::string prefix = "invalid conversion: " + names[tag] + " to ";
+        EXPECT_EQ(test::failure_of<std::runtime_error>([&] { return value.get<std::string>(); }),
                   tag == string_tag ? "none" : prefix + "string");
-        EXPECT_EQ(failure_of_get<ValueMap>(value), tag == map_tag ? "none" : prefix + "object");
+        EXPECT_EQ(test::failure_of<std::runtime_error>([&] { return value.get<ValueMap>(); }),
+                  tag == map_tag ? "none" : prefix + "object");
         EXPECT_EQ(value.get_if<ValueMap>() != nullptr, tag == map_tag);
     }
-    EXPECT_EQ(Value().tag(), 0);
 }
 
 TEST(Value, CopyAssignmentGivesADeepCopy) {
@@ -83,14 +74,10 @@ TEST(Value, MoveAssignmentTakesTheContentWithoutMemory) {
         }
         EXPECT_EQ(to, original);
         ASSERT_EQ(from.tag(), original.tag());
-        if (is_container(to) && old.tag() == to.tag()) {
-            EXPECT_EQ(from, old); // the two have changed places
-        } else if (from.tag() == string_tag) {
-            EXPECT_EQ(from.get<std::string>(), "");
-        } else if (from.tag() == vector_tag) {
-            EXPECT_EQ(from, Value(ValueVector()));
-        } else if (from.tag() == map_tag) {
-            EXPECT_EQ(from, Value(ValueMap()));
+        const Value emptied[] = {Value(std::string()), Value(ValueVector()), Value(ValueMap())};
+        const bool change_places = is_container(to) && old.tag() == to.tag();
+        if (from.tag() == string_tag || is_container(from)) {
+            EXPECT_EQ(from, change_places ? old : emptied[from.tag() - string_tag]);
         }
     });
 }
@@ -128,18 +115,13 @@ TEST(Value, AFailedCopyLeavesWhatTheRulesSay) {
     EXPECT_GT(failed_runs, 500);
 }
 
-TEST(Value, VectorsAreAssignedElementByElement) {
+TEST(Value, VectorsAreAssignedInPlace) {
     Value to(ValueVector{Value(std::string("x")), Value(1.0)});
-    const Value* const first = to.get<ValueVector>().data();
-    to = Value(Value(ValueVector{Value(true)})); // a move: the holders change places
-    EXPECT_NE(to.get<ValueVector>().data(), first);
-
-    Value shrinking(ValueVector{Value(std::string("x")), Value(1.0)});
-    const Value* const kept = shrinking.get<ValueVector>().data();
-    const Value one_element(ValueVector{Value(true)});
-    shrinking = one_element;
-    EXPECT_EQ(shrinking.get<ValueVector>().data(), kept);
-    EXPECT_EQ(shrinking, one_element);
+    const Value* const kept = to.get<ValueVector>().data();
+    const Value from(ValueVector{Value(true)});
+    to = from;
+    EXPECT_EQ(to.get<ValueVector>().data(), kept);
+    EXPECT_EQ(to, from);
 }
 
 TEST(Value, CanBeAssignedItselfOrAPartOfItself) {
@@ -162,16 +144,6 @@ TEST(Value, CanBeAssignedItselfOrAPartOfItself) {
     EXPECT_EQ(other_alternative, original);
     other_alternative = std::move(other_alternative.get<ValueVector>()[1]);
     EXPECT_EQ(other_alternative, Value(std::string("last")));
-}
-
-TEST(Value, MapsSortByUnsignedBytes) {
-    ValueMap map;
-    for (const char* key : {"b", "\xC3\xA4", "a", "B", "aa", ""})
-        map.emplace(key, Null());
-    std::string keys;
-    for (const auto& [key, value] : map)
-        keys += key + "|";
-    EXPECT_EQ(keys, "|B|a|aa|b|\xC3\xA4|");
 }
 
 } // namespace

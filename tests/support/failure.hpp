@@ -1,0 +1,22 @@
+// The text of the exception that an operation raises.
+
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace test {
+
+/// Gives what() of the Error that `operation` raises, "none" if it raises nothing; another
+/// exception passes.
+template <class Error = std::exception, class Operation>
+std::string failure_of(const Operation& operation) {
+    try {
+        static_cast<void>(operation());
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+} // namespace test
