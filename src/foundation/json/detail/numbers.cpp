@@ -6,11 +6,6 @@ namespace foundation::json::detail {
 
 namespace {
 
-void skip_digits(Iterator& pos, const Iterator& end) {
-    while (pos != end && is_digit(*pos))
-        ++pos;
-}
-
 // With `pos` at the letter of an exponent.
 parse_result scan_exponent(Iterator& pos, const Iterator& end) {
     if (++pos == end)

@@ -28,12 +28,21 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
                                   bool allow_comments, int depth) {
     constexpr Brackets brackets = {'{', '}', parse_no_object_open, parse_bad_object_separator};
     ValueMap members;
+    TypedState typed_state;
+    const auto read_value = [&](const std::string& key, Value& value) {
+        if (key == "kxdata")
+            return read_data_member(typed_state, value, pos, end, allow_comments, depth + 1);
+        if (key == "kxtype")
+            return read_type_member(typed_state, members, value, pos, end, allow_comments,
+                                    depth + 1);
+        return parse_value(value, pos, end, allow_comments, depth + 1);
+    };
     const auto read_member = [&] {
         std::string key;
         if (const parse_result result = read_key(key, pos, end, allow_comments); result != parse_ok)
             return result;
         Value value;
-        const parse_result result = parse_value(value, pos, end, allow_comments, depth + 1);
+        const parse_result result = read_value(key, value);
         // The first occurrence of a key wins; a later one has been read in full and is dropped.
         if (result == parse_ok)
             members.try_emplace(std::move(key), std::move(value));

@@ -1,0 +1,185 @@
+#include "foundation/json/detail/bracketed_list.hpp"
+#include "foundation/json/detail/parser.hpp"
+
+#include <charconv>
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace foundation::json::detail {
+
+bool is_signed_typed_name(const std::string& name) {
+    return name == "int64" || name == "int32" || name == "int16" || name == "int8";
+}
+
+bool is_unsigned_typed_name(const std::string& name) {
+    return name == "uint64" || name == "uint32" || name == "uint16" || name == "uint8";
+}
+
+bool is_typed_name(const std::string& name) {
+    return is_signed_typed_name(name) || is_unsigned_typed_name(name);
+}
+
+namespace {
+
+parse_result scan_integer(Iterator& pos, const Iterator& end) {
+    if (pos == end)
+        return parse_end_of_input;
+    if (*pos == '-' && ++pos == end)
+        return parse_end_of_input;
+    if (!is_digit(*pos))
+        return parse_not_an_integer;
+    if (*pos == '0')
+        ++pos; // nothing belongs to a leading zero
+    else
+        skip_digits(pos, end);
+    return parse_ok;
+}
+
+// The number that the token stands for; `beyond` if it is out of range.
+template <class Integer>
+Integer to_integer(Iterator first, Iterator last, Integer beyond) {
+    Integer number = beyond; // untouched by from_chars where the token is out of range
+    std::from_chars(std::to_address(first), std::to_address(last), number);
+    return number;
+}
+
+// What could only continue an integer to something that is none. Other bytes are a matter of
+// separators.
+constexpr bool is_no_integer(char byte) {
+    return byte == '"' || byte == '.' || byte == 'E' || byte == 'e' || byte == '{';
+}
+
+// Appends the integers of an array to `elements`. A failure leaves some of them there.
+template <class Integer>
+parse_result append_payload(ValueVector& elements, Iterator& pos, const Iterator& end,
+                            bool allow_comments, int depth,
+                            parse_result (*scan)(Integer&, Iterator&, const Iterator&)) {
+    constexpr Brackets brackets = {'[', ']', parse_no_array_open, parse_bad_array_separator};
+    return read_bracketed_list(brackets, pos, end, allow_comments, depth, [&]() -> parse_result {
+        Integer element = 0;
+        if (const parse_result result = scan(element, pos, end); result != parse_ok)
+            return result;
+        skip_whitespace(pos, end, allow_comments);
+        if (pos != end && is_no_integer(*pos))
+            return parse_not_an_integer;
+        elements.emplace_back(element);
+        return parse_ok;
+    });
+}
+
+parse_result append_payload(const std::string& type_name, ValueVector& elements, Iterator& pos,
+                            const Iterator& end, bool allow_comments, int depth) {
+    return is_signed_typed_name(type_name)
+               ? append_payload(elements, pos, end, allow_comments, depth, scan_signed)
+               : append_payload(elements, pos, end, allow_comments, depth, scan_unsigned);
+}
+
+} // namespace
+
+parse_result scan_signed(long long& out, Iterator& pos, const Iterator& end) {
+    const Iterator start = pos;
+    const parse_result result = scan_integer(pos, end);
+    if (result == parse_ok) {
+        using limits = std::numeric_limits<long long>;
+        out = to_integer(start, pos, *start == '-' ? limits::min() : limits::max());
+    }
+    return result;
+}
+
+parse_result scan_unsigned(unsigned long long& out, Iterator& pos, const Iterator& end) {
+    const Iterator start = pos;
+    const parse_result result = scan_integer(pos, end);
+    if (result == parse_ok) {
+        using limits = std::numeric_limits<unsigned long long>;
+        out = *start == '-' ? 0 : to_integer(start, pos, limits::max());
+    }
+    return result;
+}
+
+parse_result parse_signed_payload(ValueVector& out, Iterator& pos, const Iterator& end,
+                                  bool allow_comments, int depth) {
+    ValueVector elements;
+    const parse_result result =
+        append_payload(elements, pos, end, allow_comments, depth, scan_signed);
+    if (result == parse_ok)
+        out.swap(elements);
+    return result;
+}
+
+parse_result parse_unsigned_payload(ValueVector& out, Iterator& pos, const Iterator& end,
+                                    bool allow_comments, int depth) {
+    ValueVector elements;
+    const parse_result result =
+        append_payload(elements, pos, end, allow_comments, depth, scan_unsigned);
+    if (result == parse_ok)
+        out.swap(elements);
+    return result;
+}
+
+parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator& pos,
+                              const Iterator& end, bool allow_comments, int depth) {
+    if (type_name.empty())
+        return parse_value(out, pos, end, allow_comments, depth);
+    ValueVector elements;
+    const parse_result result =
+        append_payload(type_name, elements, pos, end, allow_comments, depth);
+    if (result == parse_ok) {
+        Value value(std::move(elements));
+        store_value(out, value);
+    }
+    return result;
+}
+
+parse_result read_data_member(TypedState& state, Value& out, Iterator& pos, const Iterator& end,
+                              bool allow_comments, int depth) {
+    state.data_pos = pos;
+    state.data_end = end;
+    state.data_pending = true;
+    try {
+        return parse_typed_data(state.type_name, out, pos, end, allow_comments, depth);
+    } catch (...) {
+        return parse_end_of_input;
+    }
+}
+
+namespace {
+
+// Reads the payload of `state` a second time, now that its type is known, in place of what the first
+// reading left in `data`. That one had as many elements, so that there is room for these: an exhausted
+// memory hardly ever comes in between. If it does, `data` is left undefined.
+parse_result read_data_again(TypedState& state, Value& data, bool allow_comments, int depth) {
+    try {
+        if (data.get_if<ValueVector>() == nullptr)
+            data = Value(ValueVector()); // of a former kxdata in the same object
+        auto& elements = data.get<ValueVector>();
+        elements.clear();
+        Iterator pos = state.data_pos;
+        const parse_result result =
+            append_payload(state.type_name, elements, pos, state.data_end, allow_comments, depth);
+        state.data_pending = result != parse_ok;
+        return result;
+    } catch (...) {
+        data = Value();
+        return parse_ok;
+    }
+}
+
+} // namespace
+
+parse_result read_type_member(TypedState& state, ValueMap& members, Value& out, Iterator& pos,
+                              const Iterator& end, bool allow_comments, int depth) {
+    if (const parse_result result = parse_value(out, pos, end, allow_comments, depth);
+        result != parse_ok)
+        return result;
+    const auto* const name = out.get_if<std::string>();
+    if (name == nullptr)
+        return parse_ok;
+    if (is_typed_name(*name))
+        state.type_name = *name;
+    if (!state.data_pending || state.type_name.empty())
+        return parse_ok;
+    return read_data_again(state, members["kxdata"], allow_comments, depth);
+}
+
+} // namespace foundation::json::detail
