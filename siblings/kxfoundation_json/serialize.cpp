@@ -1,5 +1,8 @@
 #include "foundation/json/serialize.hpp"
 
+#include "foundation/json/detail/typed_names.hpp"
+
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -8,6 +11,33 @@
 namespace foundation::json {
 
 namespace {
+
+// Whether all elements hold the same integer type, and there are some.
+template <class Integer>
+bool holds_only(const ValueVector& elements) {
+    return !elements.empty() && std::all_of(elements.begin(), elements.end(), [](const Value& it) {
+        return it.tag() == traits<Integer>::tag;
+    });
+}
+
+// The name of the type that the integers under kxdata were read as, if kxtype holds another one,
+// and null otherwise. That is what comes of an object with several kxtype: the first one is kept,
+// the last one that names a type has its way.
+const char* type_not_told_by_kxtype(const ValueMap& members) {
+    const auto data = members.find("kxdata");
+    const auto type = members.find("kxtype");
+    if (data == members.end() || type == members.end())
+        return nullptr;
+    const auto* const elements = data->second.get_if<ValueVector>();
+    const auto* const name = type->second.get_if<std::string>();
+    if (elements == nullptr)
+        return nullptr;
+    if (holds_only<long long>(*elements))
+        return name != nullptr && detail::is_signed_typed_name(*name) ? nullptr : "int64";
+    if (holds_only<unsigned long long>(*elements))
+        return name != nullptr && detail::is_unsigned_typed_name(*name) ? nullptr : "uint64";
+    return nullptr;
+}
 
 // Appends the text of values to one string.
 class Writer {
@@ -58,15 +88,28 @@ private:
     }
 
     void write_object(const ValueMap& members) {
+        const char* const type = type_not_told_by_kxtype(members);
         char separator = '{';
+        if (type !=
+            nullptr) { // in front, so that the reader keeps it, and the type by its own name
+            write_member(separator, "kxtype", members.find("kxtype")->second);
+            separator = ',';
+        }
         for (const auto& [key, value] : members) {
-            text_ += separator;
-            write_string(key);
-            text_ += ':';
-            write(value);
+            if (type != nullptr && key == "kxtype")
+                (text_ += ",\"kxtype\":\"").append(type).append("\"");
+            else
+                write_member(separator, key, value);
             separator = ',';
         }
         text_ += members.empty() ? "{}" : "}";
+    }
+
+    void write_member(char separator, std::string_view key, const Value& value) {
+        text_ += separator;
+        write_string(key);
+        text_ += ':';
+        write(value);
     }
 
     void write_floating(double number) {

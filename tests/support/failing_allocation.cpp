@@ -4,33 +4,37 @@
 
 namespace {
 
-thread_local int allocations_until_failure = 0; // 0: none fails
-thread_local bool failed = false;
+thread_local bool watched = false;
+thread_local int allocations = 0;
+thread_local int failing_allocation = 0;
 
 } // namespace
 
 namespace test {
 
-FailingAllocation::FailingAllocation(int countdown) noexcept {
-    failed = false;
-    allocations_until_failure = countdown;
+FailingAllocation::FailingAllocation(int countdown) noexcept : countdown_(countdown) {
+    allocations = 0;
+    failing_allocation = countdown;
+    watched = true;
 }
 
 FailingAllocation::~FailingAllocation() {
-    allocations_until_failure = 0;
+    watched = false;
 }
 
-bool FailingAllocation::has_failed() noexcept {
-    return failed;
+int FailingAllocation::count() const noexcept {
+    return allocations;
+}
+
+bool FailingAllocation::has_failed() const noexcept {
+    return countdown_ > 0 && allocations >= countdown_;
 }
 
 } // namespace test
 
 void* operator new(std::size_t size) {
-    if (allocations_until_failure > 0 && --allocations_until_failure == 0) {
-        failed = true;
+    if (watched && ++allocations == failing_allocation)
         throw std::bad_alloc();
-    }
     void* const memory = std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr)
         throw std::bad_alloc();

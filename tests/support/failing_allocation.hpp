@@ -1,5 +1,5 @@
-// Makes an allocation fail on demand. The program's operator new is replaced for good; outside a
-// FailingAllocation it behaves as ever.
+// Counts allocations, and makes one fail on demand. The program's operator new is replaced for
+// good; outside a FailingAllocation it behaves as ever.
 
 #pragma once
 
@@ -8,7 +8,7 @@
 namespace test {
 
 /// While it lives, the allocation number `countdown` of this thread raises std::bad_alloc, counted
-/// from 1; all others succeed.
+/// from 1; all others succeed. With 0 none fails.
 class FailingAllocation {
 public:
     explicit FailingAllocation(int countdown) noexcept;
@@ -16,8 +16,12 @@ public:
     FailingAllocation& operator=(const FailingAllocation&) = delete;
     ~FailingAllocation();
 
-    /// Whether that allocation has come.
-    [[nodiscard]] static bool has_failed() noexcept;
+    /// How many allocations have come by now, and whether the one that fails was among them.
+    [[nodiscard]] int count() const noexcept;
+    [[nodiscard]] bool has_failed() const noexcept;
+
+private:
+    int countdown_;
 };
 
 /// Runs `operation`, made anew by `prepare`, with the 1st, 2nd, 3rd, ... allocation failing, until
@@ -30,7 +34,7 @@ int fail_each_allocation(const Prepare& prepare, const Operation& operation, con
         try {
             const FailingAllocation failing(failed_runs + 1);
             operation(subject);
-            if (!FailingAllocation::has_failed())
+            if (!failing.has_failed())
                 return failed_runs;
         } catch (const std::bad_alloc&) { // the check tells what must hold now
         }

@@ -70,7 +70,7 @@ TEST(Value, MoveAssignmentTakesTheContentWithoutMemory) {
         {
             const test::FailingAllocation failing(1);
             to = std::move(from);
-            EXPECT_FALSE(test::FailingAllocation::has_failed());
+            EXPECT_FALSE(failing.has_failed());
         }
         EXPECT_EQ(to, original);
         ASSERT_EQ(from.tag(), original.tag());

@@ -2,6 +2,7 @@
 
 #include "install/product_impl/product_impl.hpp"
 #include "install/product_impl/utils/json_file.hpp"
+#include "support/failing_allocation.hpp"
 #include "support/failure.hpp"
 #include "support/models.hpp"
 #include "support/temporary_directory.hpp"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -189,6 +191,45 @@ TEST_F(InstallTree, SaysWhichDocumentIsMissingOnlyWhenAskedForIt) {
               not_found);
     EXPECT_TRUE(std::filesystem::is_directory(tree.path(products)));
     EXPECT_TRUE(tree.files().empty());
+}
+
+// A file is as it was before, or as it must be in the end.
+TEST_F(InstallTree, IsOldOrCompleteAfterAnyExhaustedMemory) {
+    const std::string other = R"("Other 1 hostpf":["/appdata/products/Other 1 hostpf.xml"])";
+    const std::string map = "{" + other + R"(,"Sample Tool 2.5 hostpf":[)" +
+                            R"("/appdata/products/Sample Tool 2.5 hostpf.xml"]})";
+    std::set<std::string> states;
+    const auto check = [&](const std::unique_ptr<test::TemporaryDirectory>& own) {
+        const std::string xml = own->content(products + "Sample Tool 2.5 hostpf.xml");
+        const std::string contents = own->content(contents_map);
+        const std::string record = own->content(installed_record);
+        EXPECT_TRUE(xml.empty() || xml == "<host/>") << xml;
+        EXPECT_TRUE(contents == "{" + other + "}" || contents == map) << contents;
+        const bool recorded = record.starts_with(R"({"Other":1,"ST":)") && record.ends_with("}");
+        EXPECT_TRUE(record == R"({"Other":1})" || recorded) << record;
+        states.insert(std::string(xml.empty() ? "" : "X") + (contents == map ? "C" : "") +
+                      (recorded ? "R" : ""));
+    };
+    const auto prepare = [&] {
+        auto own = std::make_unique<test::TemporaryDirectory>();
+        own->write(contents_map, "{" + other + "}");
+        own->write(installed_record, R"({"Other":1})");
+        return own;
+    };
+    const int failures = test::fail_each_allocation(
+        prepare, [&](const auto& own) { product.serialize(own->upath(), {"hostpf"}, ""); }, check);
+    EXPECT_GT(failures, 50);
+    EXPECT_EQ(states, (std::set<std::string>{"", "X", "XC"}));
+}
+
+TEST(Product, ComesIntoBeingWholeOrNotAtAll) {
+    const auto model = test::sample_model();
+    model->requiredProducts.emplace(u"key", test::sample_model());
+    model->directRequiredComponents.try_emplace(u"key");
+    model->altDependencies = {{u"a text that is long enough", u"for the heap", u"", u"", u""}};
+    const int failures = test::fail_each_allocation(
+        [] { return 0; }, [&](int) { const ProductImpl whole(model); }, [](int) {});
+    EXPECT_GE(failures, 10);
 }
 
 class CountingProduct : public ProductImpl {

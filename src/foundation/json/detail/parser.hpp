@@ -13,6 +13,7 @@
 
 #include "fl/i18n/lcctype.hpp"
 #include "foundation/json/detail/parse_value.hpp"
+#include "foundation/json/detail/typed_names.hpp"
 #include "foundation/json/value.hpp"
 
 #include <string>
@@ -74,8 +75,9 @@ void store_value(Value& target, Value& source) noexcept;
 [[nodiscard]] parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
                                                 bool allow_comments, int depth = 0);
 
-// Typed numeric values (typed_numbers.cpp): an object whose member "kxtype" names an integer type has
-// an array of exact 64-bit integers in its member "kxdata". The two members may come in either order.
+// Typed numeric values (typed_numbers.cpp): an object whose member "kxtype" names an integer type
+// has an array of exact 64-bit integers in its member "kxdata". The two members may come in either
+// order.
 
 // What one object has told of its typed value so far.
 struct TypedState {
@@ -85,21 +87,16 @@ struct TypedState {
     Iterator data_end;
 };
 
-// Whether `name` names an integer type; its width sets no range, only the sign counts.
-[[nodiscard]] bool is_typed_name(const std::string& name);
-[[nodiscard]] bool is_signed_typed_name(const std::string& name);
-[[nodiscard]] bool is_unsigned_typed_name(const std::string& name);
-
 // Reads the value of kxdata. If reading takes more memory than there is, the result is
 // parse_end_of_input.
 [[nodiscard]] parse_result read_data_member(TypedState& state, Value& out, Iterator& pos,
                                             const Iterator& end, bool allow_comments, int depth);
 
-// Reads the value of kxtype, and what stands in `members` under kxdata again if that came first. The
-// second reading does not move `pos`.
+// Reads the value of kxtype, and what stands in `members` under kxdata again if that came first.
+// The second reading does not move `pos`.
 [[nodiscard]] parse_result read_type_member(TypedState& state, ValueMap& members, Value& out,
-                                            Iterator& pos, const Iterator& end,
-                                            bool allow_comments, int depth);
+                                            Iterator& pos, const Iterator& end, bool allow_comments,
+                                            int depth);
 
 // Reads a value as `type_name` wants it: an array of integers, or any value if it is empty.
 [[nodiscard]] parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator& pos,
@@ -113,8 +110,8 @@ struct TypedState {
                                                   const Iterator& end, bool allow_comments,
                                                   int depth = 0);
 
-// Read an integer: an optional minus, then a single 0 or digits that begin with none. What is out of
-// range becomes the nearest number that is in it.
+// Read an integer: an optional minus, then a single 0 or digits that begin with none. What is out
+// of range becomes the nearest number that is in it.
 [[nodiscard]] parse_result scan_signed(long long& out, Iterator& pos, const Iterator& end);
 [[nodiscard]] parse_result scan_unsigned(unsigned long long& out, Iterator& pos,
                                          const Iterator& end);

@@ -8,18 +8,6 @@
 
 namespace foundation::json::detail {
 
-bool is_signed_typed_name(const std::string& name) {
-    return name == "int64" || name == "int32" || name == "int16" || name == "int8";
-}
-
-bool is_unsigned_typed_name(const std::string& name) {
-    return name == "uint64" || name == "uint32" || name == "uint16" || name == "uint8";
-}
-
-bool is_typed_name(const std::string& name) {
-    return is_signed_typed_name(name) || is_unsigned_typed_name(name);
-}
-
 namespace {
 
 parse_result scan_integer(Iterator& pos, const Iterator& end) {
@@ -145,9 +133,9 @@ parse_result read_data_member(TypedState& state, Value& out, Iterator& pos, cons
 
 namespace {
 
-// Reads the payload of `state` a second time, now that its type is known, in place of what the first
-// reading left in `data`. That one had as many elements, so that there is room for these: an exhausted
-// memory hardly ever comes in between. If it does, `data` is left undefined.
+// Reads the payload of `state` a second time, now that its type is known, in place of what the
+// first reading left in `data`. That one had as many elements, so that there is room for these: an
+// exhausted memory hardly ever comes in between. If it does, `data` is left undefined.
 parse_result read_data_again(TypedState& state, Value& data, bool allow_comments, int depth) {
     try {
         if (data.get_if<ValueVector>() == nullptr)

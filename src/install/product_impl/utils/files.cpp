@@ -3,6 +3,7 @@
 #include "fl/filesystem/fstream.hpp"
 #include "fl/filesystem/operations.hpp"
 
+#include <array>
 #include <ios>
 
 namespace install::product_impl::utils {
@@ -22,7 +23,9 @@ std::string readFile(const ustring& path) {
 }
 
 void writeFile(const ustring& path, const std::string& text) {
-    fl::filesystem::basic_ofstream<char> file(path, std::ios_base::out | std::ios_base::binary);
+    std::array<char, 4096> buffer;
+    fl::filesystem::basic_ofstream<char> file(path, std::ios_base::out | std::ios_base::binary,
+                                              buffer.data(), buffer.size());
     file << text;
     file.close();
 }

@@ -1,5 +1,6 @@
 #include "foundation/json/detail/parser.hpp"
 
+#include "support/failing_allocation.hpp"
 #include "support/table.hpp"
 #include "support/values.hpp"
 
@@ -107,6 +108,79 @@ TEST(Reader, BoundsTheNestingButNotTheLength) {
     EXPECT_EQ(read(std::string("[").append(repeated(many, "[],")).append("{}]"), false).code,
               parse_ok);
     EXPECT_EQ(read(repeated(many, "["), false).stop, max_nesting_depth + 1);
+}
+
+int allocations(const std::string& text, bool allow_comments) {
+    const test::FailingAllocation none(0);
+    Value out;
+    auto pos = text.begin();
+    EXPECT_EQ(parse_value(out, pos, text.end(), allow_comments), parse_ok) << text;
+    return none.count();
+}
+
+// A long text and a long number are one allocation each; an array or object is one for its holder,
+// and one each time that it grows.
+TEST(ReaderMemory, IsTakenForContentAlone) {
+    const std::string digits(40, '1');
+    const struct {
+        std::string text;
+        int count;
+    } rows[] = {
+        {"true", 0},
+        {"null", 0},
+        {"1.5", 0},
+        {R"("short\n\u0041")", 0},
+        {digits, 1},
+        {"\"" + digits + "\"", 1},
+        {"[]", 1},
+        {"[ \n\t true \r ]", 2},
+        {"{ }", 1},
+        {R"({ "a" : false , "b" : [ ] })", 4},
+        {"[//" + digits + "\n/*" + digits + "*/true/**/]//", 2},
+        {"{\"kxtype\":\"int8\",\"kxdata\":[" + digits + " ]}", 5},
+        {"{\"kxdata\":[1,2],\"kxtype\":\"int8\"}", 6}, // none for reading the data again
+    };
+    for (const auto& [text, count] : rows)
+        EXPECT_EQ(allocations(text, true), count) << text;
+}
+
+TEST(ReaderMemory, CanBeExhaustedAtAnyPlace) {
+    const std::string text =
+        R"({"a key that is long enough for the heap":["and a text that is, too",1.5,{"k":[null]}],)"
+        R"("n":11111111111111111111111111111,"kxdata":[1,2,3],"kxtype":"int8",)"
+        R"("typed":{"kxtype":"uint64","kxdata":[18446744073709551615,0]},"":{}})";
+    int typed_failures = 0;
+    const int failures = test::fail_each_allocation(
+        [] { return Reading(); }, [&](Reading& reading) { reading = read(text, false); },
+        [&](const Reading& reading) {
+            // An exception leaves the code as it was; reading a payload has code 19 instead.
+            EXPECT_TRUE(reading.code == parse_ok || reading.code == parse_end_of_input);
+            EXPECT_EQ(test::dump(reading.out), untouched);
+            typed_failures += reading.code == parse_end_of_input ? 1 : 0;
+        });
+    EXPECT_GT(failures, 20);
+    EXPECT_GT(typed_failures, 2);
+    EXPECT_LT(typed_failures, failures / 2);
+}
+
+// The only way in which reading the data again takes memory: the entry is that of a former kxdata.
+TEST(ReaderMemory, ThatIsExhaustedWhileDataIsReadAgainLeavesItUndefined) {
+    const std::string text = R"({"kxdata":0,"kxdata":[1],"kxtype":"int8"})";
+    int undefined = 0;
+    test::fail_each_allocation([] { return Reading(); },
+                               [&](Reading& reading) {
+                                   reading.out = Value();
+                                   auto pos = text.begin();
+                                   reading.code = parse_value(reading.out, pos, text.end(), false);
+                               },
+                               [&](const Reading& reading) {
+                                   if (reading.out.get_if<ValueMap>() == nullptr)
+                                       return;
+                                   EXPECT_EQ(test::dump(reading.out),
+                                             R"({"kxdata":undefined,"kxtype":"int8"})");
+                                   ++undefined;
+                               });
+    EXPECT_EQ(undefined, 2);
 }
 
 TEST(Containers, ReplaceWhatTheOutputHeldOnSuccessOnly) {
