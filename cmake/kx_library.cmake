@@ -28,5 +28,4 @@ function(kx_add_library name)
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
-  target_link_options(${target} PRIVATE LINKER:--no-undefined)
 endfunction()

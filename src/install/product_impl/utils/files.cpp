@@ -2,14 +2,14 @@
 
 #include "fl/filesystem/fstream.hpp"
 #include "fl/filesystem/operations.hpp"
+#include "install/product_impl/utils/read_to_end.hpp"
 
 #include <array>
 #include <ios>
 
 namespace install::product_impl::utils {
 
-std::string readFile(const ustring& path) {
-    fl::filesystem::basic_ifstream<char> file(path);
+std::string read_to_end(fl::filesystem::basic_ifstream<char>& file) {
     std::string text;
     // A buffer at a time. Filling it is left to peek(), because the buffer itself raises on an
     // error of reading (a directory, a broken disk), where the stream only takes note of it.
@@ -20,6 +20,11 @@ std::string readFile(const ustring& path) {
         file.read(text.data() + size, static_cast<std::streamsize>(available));
     }
     return text;
+}
+
+std::string readFile(const ustring& path) {
+    fl::filesystem::basic_ifstream<char> file(path);
+    return read_to_end(file);
 }
 
 void writeFile(const ustring& path, const std::string& text) {

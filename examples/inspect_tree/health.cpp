@@ -1,0 +1,153 @@
+#include "health.hpp"
+
+#include "fl/i18n/text_conversion.hpp"
+#include "install/product_impl/utils/files.hpp"
+#include "install/product_impl/utils/json_diagnosis.hpp"
+#include "install/product_impl/utils/json_file.hpp"
+#include "install/product_impl/utils/paths.hpp"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <string_view>
+
+namespace inspect_tree {
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace utils = install::product_impl::utils;
+using foundation::json::Value;
+using foundation::json::ValueMap;
+using foundation::json::ValueVector;
+using utils::JsonFileDiagnosis;
+
+// The line around a fault with a caret under it. Bytes that a terminal would act on become dots; a
+// long line is cut.
+std::string excerpt(const std::string& text, std::size_t offset, std::size_t column) {
+    constexpr std::size_t before = 60;
+    constexpr std::size_t behind = 20;
+    const auto continues_a_character = [](char byte) { return (byte & 0xC0) == 0x80; };
+    std::size_t first = offset - std::min(column - 1, before);
+    while (first < offset && continues_a_character(text[first]))
+        ++first;
+    const std::size_t last = std::min({text.find('\n', offset), offset + behind, text.size()});
+    std::string line = text.substr(first, last - first);
+    std::replace_if(
+        line.begin(), line.end(),
+        [](char byte) { return (byte >= 0 && byte < ' ') || byte == '\x7F'; }, '.');
+    const auto indent =
+        std::count_if(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(offset - first),
+                      [&](char byte) { return !continues_a_character(byte); });
+    return "    " + line + "\n    " + std::string(static_cast<std::size_t>(indent), ' ') + "^";
+}
+
+// The members of a JSON file; none if it is not as it ought to be, which is a problem then.
+std::optional<ValueMap> members(const fl::filesystem::path& path, Health& health) {
+    const std::string name = fl::i18n::ustring_to_utf8(path.text());
+    const JsonFileDiagnosis diagnosis = utils::diagnoseJsonFile(path.text());
+    if (diagnosis.state == JsonFileDiagnosis::State::object) {
+        if (diagnosis.ignored_bytes > 0)
+            health.notes.push_back(name + ": the next write will drop the " +
+                                   std::to_string(diagnosis.ignored_bytes) +
+                                   " bytes behind the object");
+        return utils::getJsonObjFromFile(path.text());
+    }
+    std::string problem = name + ": " + diagnosis.text;
+    if (diagnosis.state == JsonFileDiagnosis::State::damaged)
+        problem += "\n  code " + std::to_string(diagnosis.code) + ", byte " +
+                   std::to_string(diagnosis.offset) + ", line " + std::to_string(diagnosis.line) +
+                   ", column " + std::to_string(diagnosis.column) + ":\n" +
+                   excerpt(utils::readFile(path.text()), diagnosis.offset, diagnosis.column);
+    health.problems.push_back(std::move(problem));
+    return std::nullopt;
+}
+
+// Milliseconds since the Unix epoch as ISO 8601 in UTC; none if they are no time of our calendar.
+std::optional<std::string> iso_time(const Value& value) {
+    using namespace std::chrono;
+    const auto* const number = value.get_if<double>();
+    if (number == nullptr || !(std::abs(*number) < 6e13)) // about the years 69 to 3871
+        return std::nullopt;
+    const sys_time<milliseconds> time{milliseconds(static_cast<std::int64_t>(*number))};
+    const auto day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss clock(time - day);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                  static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()),
+                  static_cast<int>(clock.subseconds().count()));
+    return text.data();
+}
+
+void inspect_record(const ValueMap& record, Health& health) {
+    for (const auto& [basecode, value] : record) {
+        if (const auto time = iso_time(value))
+            health.products.push_back(*time + "  " + basecode);
+        else
+            health.problems.push_back("installed record: \"" + basecode +
+                                      "\" has no time of a write");
+    }
+    std::sort(health.products.begin(), health.products.end());
+}
+
+// Notes every path that an entry lists, as a path in the file system.
+void inspect_entry(const std::string& root, const std::string& key, const Value& paths,
+                   std::set<fs::path>& listed, Health& health) {
+    const auto* const elements = paths.get_if<ValueVector>();
+    if (elements == nullptr) {
+        health.problems.push_back("contents map: \"" + key + "\" is no list of files");
+        return;
+    }
+    for (const Value& element : *elements) {
+        const auto* const path = element.get_if<std::string>();
+        if (path == nullptr) {
+            health.problems.push_back("contents map: \"" + key +
+                                      "\" lists something that is no path");
+            continue;
+        }
+        const fs::path file = (fs::path(root) / fs::path(*path).relative_path()).lexically_normal();
+        std::error_code error;
+        if (!fs::is_regular_file(file, error))
+            health.problems.push_back("missing: " + file.string() + ", listed for \"" + key + "\"");
+        else if (listed.insert(file).second)
+            ++health.xml_files;
+    }
+}
+
+void inspect_contents(const std::string& root, const ValueMap& contents, Health& health) {
+    std::set<fs::path> listed;
+    for (const auto& [key, paths] : contents)
+        inspect_entry(root, key, paths, listed, health);
+    const fs::path products = (fs::path(root) / "appdata/products").lexically_normal();
+    if (!fs::is_directory(products))
+        return;
+    std::set<fs::path> unlisted;
+    for (const auto& entry : fs::recursive_directory_iterator(products))
+        if (!entry.is_directory() && !listed.contains(entry.path()))
+            unlisted.insert(entry.path());
+    for (const fs::path& path : unlisted)
+        health.problems.push_back("not listed: " + path.string());
+}
+
+} // namespace
+
+Health inspect(const std::string& root) {
+    Health health;
+    const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
+    if (const auto record = members(utils::getInstalledProdDataPath(install_root), health))
+        inspect_record(*record, health);
+    if (const auto contents = members(utils::getContentsMapPath(install_root), health))
+        inspect_contents(root, *contents, health);
+    return health;
+}
+
+} // namespace inspect_tree

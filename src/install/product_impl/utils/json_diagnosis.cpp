@@ -1,0 +1,83 @@
+#include "install/product_impl/utils/json_diagnosis.hpp"
+
+#include "fl/filesystem/fstream.hpp"
+#include "fl/filesystem/operations.hpp"
+#include "foundation/json/value.hpp"
+#include "install/product_impl/utils/read_to_end.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+namespace install::product_impl::utils {
+
+namespace {
+
+using foundation::json::Value;
+using foundation::json::ValueMap;
+using State = JsonFileDiagnosis::State;
+
+JsonFileDiagnosis diagnosis(State state, std::string text) {
+    JsonFileDiagnosis result;
+    result.state = state;
+    result.text = std::move(text);
+    return result;
+}
+
+void locate(JsonFileDiagnosis& result, std::string_view text, std::size_t offset) {
+    const std::string_view before = text.substr(0, offset);
+    const auto last_line_end = before.rfind('\n');
+    result.offset = offset;
+    result.line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
+    result.column = offset - (last_line_end == std::string_view::npos ? 0 : last_line_end + 1) + 1;
+}
+
+// The getter knows the words for the alternatives.
+std::string failure_to_be_an_object(const Value& document) {
+    try {
+        static_cast<void>(document.get<ValueMap>());
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return {};
+}
+
+JsonFileDiagnosis diagnose_text(const std::string& text) {
+    namespace json = foundation::json::detail;
+    Value document;
+    auto pos = text.begin();
+    const json::parse_result code = json::parse_value(document, pos, text.end(), false);
+    JsonFileDiagnosis result;
+    if (code != json::parse_ok)
+        result = diagnosis(State::damaged, json::describe(code));
+    else if (const std::string failure = failure_to_be_an_object(document); !failure.empty())
+        result = diagnosis(State::no_object, "The file holds no object: " + failure + ".");
+    else
+        result = diagnosis(State::object, "The file holds an object.");
+    result.code = code;
+    locate(result, text, static_cast<std::size_t>(pos - text.begin()));
+    if (code == json::parse_ok)
+        result.ignored_bytes = text.size() - result.offset;
+    return result;
+}
+
+} // namespace
+
+JsonFileDiagnosis diagnoseJsonFile(const ustring& path) {
+    try {
+        if (!fl::filesystem::exists(path))
+            return diagnosis(State::missing, "There is no file.");
+    } catch (const std::filesystem::filesystem_error& error) {
+        return diagnosis(State::unreadable, error.what());
+    }
+    fl::filesystem::basic_ifstream<char> file(path);
+    if (!file.is_open())
+        return diagnosis(State::unreadable, "The file cannot be opened.");
+    const std::string text = read_to_end(file);
+    if (file.bad())
+        return diagnosis(State::unreadable, "The file cannot be read to its end.");
+    return diagnose_text(text);
+}
+
+} // namespace install::product_impl::utils
