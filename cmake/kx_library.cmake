@@ -8,6 +8,10 @@ include(GNUInstallDirs)
 function(kx_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # g++ 12 takes fright at its own operator+ of a literal and a std::string.
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden

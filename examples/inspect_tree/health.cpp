@@ -53,9 +53,9 @@ std::optional<ValueMap> members(const fl::filesystem::path& path, Health& health
     const JsonFileDiagnosis diagnosis = utils::diagnoseJsonFile(path.text());
     if (diagnosis.state == JsonFileDiagnosis::State::object) {
         if (diagnosis.ignored_bytes > 0)
-            health.notes.push_back(name + ": the next write will drop the " +
-                                   std::to_string(diagnosis.ignored_bytes) +
-                                   " bytes behind the object");
+            health.notes.push_back(name +
+                                   ": bytes behind the object, which the next write will drop: " +
+                                   std::to_string(diagnosis.ignored_bytes));
         return utils::getJsonObjFromFile(path.text());
     }
     std::string problem = name + ": " + diagnosis.text;

@@ -1,5 +1,6 @@
 #include "install/product_impl/utils/files.hpp"
 
+#include "install/product_impl/utils/json_diagnosis.hpp"
 #include "install/product_impl/utils/json_file.hpp"
 #include "support/failure.hpp"
 #include "support/table.hpp"
@@ -8,7 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <stdexcept>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
@@ -71,6 +77,36 @@ TEST(JsonFile, GivesTheObjectOrSaysWhatStandsThere) {
         EXPECT_EQ(directory.content("file"), row[0]);
     }
     EXPECT_EQ(read("missing"), "invalid conversion: undefined to object");
+}
+
+TEST(JsonFile, IsDiagnosed) {
+    using State = JsonFileDiagnosis::State;
+    const test::TemporaryDirectory directory;
+    for (const auto& row : test::read_table("json_files.tsv")) {
+        directory.write("file", row[0]);
+        const JsonFileDiagnosis diagnosis = diagnoseJsonFile(directory.upath("file"));
+        const State otherwise = row[1][0] == '{' ? State::object : State::no_object;
+        EXPECT_EQ(diagnosis.state, row[1] == "undefined" ? State::damaged : otherwise) << row[0];
+        std::string found;
+        for (const std::size_t number : {static_cast<std::size_t>(diagnosis.code), diagnosis.offset,
+                                         diagnosis.line, diagnosis.column, diagnosis.ignored_bytes})
+            found += std::to_string(number) + " ";
+        EXPECT_EQ(found, row[2] + " " + row[3] + " " + row[4] + " " + row[5] + " " + row[6] + " ");
+    }
+    EXPECT_EQ(diagnoseJsonFile(directory.upath("missing")).state, State::missing);
+    std::filesystem::create_symlink("loop", directory.path("loop"));
+    sockaddr_un address = {AF_UNIX, {}};
+    directory.path("socket").string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const int socket_file = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(socket_file, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    close(socket_file);
+    std::set<std::string> texts;
+    for (const char* name : {"", "loop", "socket"}) { // a directory, not to be looked at or opened
+        const JsonFileDiagnosis diagnosis = diagnoseJsonFile(directory.upath(name));
+        EXPECT_EQ(diagnosis.state, State::unreadable) << name;
+        texts.insert(diagnosis.text);
+    }
+    EXPECT_EQ(texts.size(), 3U);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "foundation/json/detail/parser.hpp"
 
+#include "foundation/json/serialize.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/table.hpp"
 #include "support/values.hpp"
@@ -9,6 +10,8 @@
 #include <cstddef>
 #include <set>
 #include <string>
+
+#include <pthread.h>
 
 namespace {
 
@@ -108,6 +111,35 @@ TEST(Reader, BoundsTheNestingButNotTheLength) {
     EXPECT_EQ(read(std::string("[").append(repeated(many, "[],")).append("{}]"), false).code,
               parse_ok);
     EXPECT_EQ(read(repeated(many, "["), false).stop, max_nesting_depth + 1);
+}
+
+// Reads a document at the limit, and copies, assigns, writes and destroys it.
+void* handle_deepest_document(void* /*unused*/) {
+    const std::string half = repeated(max_nesting_depth / 2, R"([{"k":)");
+    const std::string text = half + "1" + repeated(max_nesting_depth / 2, "}]");
+    const Reading reading = read(text, true);
+    EXPECT_EQ(reading.code, parse_ok);
+    Value copy = reading.out;
+    copy = Value(ValueVector(1));
+    copy = reading.out;
+    EXPECT_EQ(serialize(copy), text);
+    EXPECT_EQ(read(half + "[", false).code, parse_nesting_too_deep);
+    return nullptr;
+}
+
+TEST(Reader, NeedsHalfAMebibyteOfStackAtMost) {
+#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__)
+    constexpr std::size_t stack_size = 512 * 1024;
+#else
+    constexpr std::size_t stack_size = 8 * 1024 * 1024; // frames are larger in such builds
+#endif
+    pthread_attr_t attributes;
+    pthread_t thread;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack_size), 0);
+    ASSERT_EQ(pthread_create(&thread, &attributes, handle_deepest_document, nullptr), 0);
+    EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    pthread_attr_destroy(&attributes);
 }
 
 int allocations(const std::string& text, bool allow_comments) {
