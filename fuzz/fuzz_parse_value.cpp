@@ -10,6 +10,10 @@ using fuzz::require;
 
 namespace {
 
+void require_equal(const fuzz::Reading& left, const fuzz::Reading& right, const char* promise) {
+    require(left.code == right.code && left.stop == right.stop && left.out == right.out, promise);
+}
+
 void check(const fuzz::Reading& reading, const std::string& text) {
     require(reading.stop <= text.size(), "the reader stays within the text");
     switch (reading.code) {
@@ -36,10 +40,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const fuzz::Reading with_comments = fuzz::read(text, true);
     check(plain, text);
     check(with_comments, text);
-    if (text.find('/') == std::string::npos) {
-        require(plain.code == with_comments.code, "the same code in both modes");
-        require(plain.stop == with_comments.stop, "the same stopping place in both modes");
-        require(plain.out == with_comments.out, "the same value in both modes");
-    }
+    require_equal(plain, fuzz::read(text, false, ' '), "the end of the text is the end");
+    require_equal(with_comments, fuzz::read(text, true, '/'), "the end is the end with comments");
+    if (text.find('/') == std::string::npos)
+        require_equal(plain, with_comments,
+                      "comments make no difference to a text without a slash");
     return 0;
 }

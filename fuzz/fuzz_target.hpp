@@ -28,13 +28,15 @@ struct Reading {
     std::size_t stop;
 };
 
-/// Reads `text` into a Value that holds the string "untouched".
-inline Reading read(const std::string& text, bool allow_comments) {
+/// Reads `text` into a Value that holds the string "untouched". `behind` stands behind the end of
+/// the text, where the reader must not look.
+inline Reading read(const std::string& text, bool allow_comments, char behind = '1') {
     Reading reading = {foundation::json::Value(std::string("untouched")), 0, 0};
-    auto pos = text.begin();
-    reading.code =
-        foundation::json::detail::parse_value(reading.out, pos, text.end(), allow_comments);
-    reading.stop = static_cast<std::size_t>(pos - text.begin());
+    const std::string all = text + behind;
+    auto pos = all.begin();
+    const auto end = all.end() - 1;
+    reading.code = foundation::json::detail::parse_value(reading.out, pos, end, allow_comments);
+    reading.stop = static_cast<std::size_t>(pos - all.begin());
     return reading;
 }
 

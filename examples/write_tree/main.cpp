@@ -3,7 +3,7 @@
 //     write_tree ROOT [CATALOGUE]
 //
 // Without CATALOGUE it reads standard input. Exit status: 0 if every line was written, 1 if a line
-// was malformed or a file could not be written, 2 if it could not begin.
+// was malformed or a file could not be written, 2 if there was nothing to write or nowhere to.
 
 #include "catalogue.hpp"
 #include "products.hpp"
@@ -49,9 +49,9 @@ private:
 };
 
 // Serialises all products, and gives the relative paths of their XML files.
-std::set<std::string> write_products(const std::string& root, const std::vector<Package>& packages,
+std::set<std::string> write_products(const install::ustring& install_root,
+                                     const std::vector<Package>& packages,
                                      const std::vector<ProductPointer>& products) {
-    const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
     const Progress progress(products.size());
     std::set<std::string> paths;
     for (std::size_t index = 0; index < products.size(); ++index) {
@@ -66,20 +66,25 @@ std::set<std::string> write_products(const std::string& root, const std::vector<
 }
 
 int run(const std::string& root, std::istream& stream) {
+    const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
     const Catalogue catalogue = read_catalogue(stream);
     for (const Fault& fault : catalogue.faults)
         std::cerr << "line " << fault.line << ": " << fault.reason << '\n';
-    const std::vector<ProductPointer> products = make_products(catalogue.packages);
+    if (catalogue.packages.empty()) {
+        std::cerr << "write_tree: no package in the catalogue\n";
+        return not_begun;
+    }
+    const Products products(catalogue.packages);
 
     const auto start = std::chrono::steady_clock::now();
-    const std::set<std::string> paths = write_products(root, catalogue.packages, products);
+    const std::set<std::string> paths =
+        write_products(install_root, catalogue.packages, products.all());
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    release_requirements(products);
 
     const TreeCount count = count_tree(root, paths);
     for (const std::string& path : count.missing)
         std::cerr << "not written: " << path << '\n';
-    std::cout << "products   " << products.size() << '\n'
+    std::cout << "products   " << products.all().size() << '\n'
               << "XML files  " << count.xml_files << '\n'
               << "bytes      " << count.bytes << '\n'
               << "seconds    " << std::fixed << std::setprecision(2) << elapsed.count() << "\n\n";
@@ -103,6 +108,9 @@ int main(int argc, char** argv) {
             return not_begun;
         }
         return run(argv[1], file);
+    } catch (const fl::i18n::conversion_error& error) {
+        std::cerr << "write_tree: " << argv[1] << ": " << error.what() << '\n';
+        return not_begun;
     } catch (const std::exception& error) {
         std::cerr << "write_tree: " << error.what() << '\n';
         return some_failed;

@@ -170,23 +170,21 @@ model::Product product_model(const Package& package, const std::vector<Package>&
 
 } // namespace
 
-std::vector<ProductPointer> make_products(const std::vector<Package>& packages) {
+Products::Products(const std::vector<Package>& packages) {
     const PackageIndex index(packages);
-    std::vector<ProductPointer> products;
-    products.reserve(packages.size());
+    products_.reserve(packages.size());
     for (const Package& package : packages)
-        products.push_back(std::make_shared<ProductImpl>(product_model(package, packages, index)));
+        products_.push_back(std::make_shared<ProductImpl>(product_model(package, packages, index)));
     for (std::size_t position = 0; position < packages.size(); ++position) {
         install::product_impl::RequiredProductMap required;
         for (const std::size_t other : requirements(packages[position], index))
-            required.emplace(products[other]->getBasecode(), products[other]);
-        products[position]->setRequiredProducts(required);
+            required.emplace(products_[other]->getBasecode(), products_[other]);
+        products_[position]->setRequiredProducts(required);
     }
-    return products;
 }
 
-void release_requirements(const std::vector<ProductPointer>& products) {
-    for (const ProductPointer& product : products)
+Products::~Products() {
+    for (const ProductPointer& product : products_)
         product->setRequiredProducts({});
 }
 

@@ -15,12 +15,23 @@ using ProductPointer = std::shared_ptr<install::product_impl::ProductImpl>;
 /// The locale of the summaries.
 inline constexpr const char* locale = "en";
 
-/// Gives the product of each package, at its index, wired to those that it requires. A product has
-/// the name of its package, with the architecture if the package is there for several. Products
-/// that require each other in a circle keep each other alive: see release_requirements.
-[[nodiscard]] std::vector<ProductPointer> make_products(const std::vector<Package>& packages);
+/// The products of a catalogue's packages.
+class Products {
+public:
+    /// Makes the product of each package, and wires it to those that it requires. It has the name
+    /// of its package, with the architecture if the package is there for several.
+    explicit Products(const std::vector<Package>& packages);
+    Products(const Products&) = delete;
+    Products& operator=(const Products&) = delete;
 
-/// Parts the products again, so that each dies with its last owner outside.
-void release_requirements(const std::vector<ProductPointer>& products);
+    /// Parts the products: those that require each other in a circle would keep each other alive.
+    ~Products();
+
+    /// The products, at the indexes of their packages.
+    [[nodiscard]] const std::vector<ProductPointer>& all() const noexcept { return products_; }
+
+private:
+    std::vector<ProductPointer> products_;
+};
 
 } // namespace write_tree

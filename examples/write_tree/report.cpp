@@ -59,6 +59,8 @@ void print_top_of_tree(std::ostream& stream, const std::string& root) {
             continue;
         stream << "    ├── " << name << "  (" << fs::file_size(appdata / name) << " bytes)\n";
     }
+    if (!fs::is_directory(appdata / "products"))
+        return;
     stream << "    └── products\n";
     const std::vector<std::string> products = names_in(appdata / "products");
     for (std::size_t index = 0; index < std::min(most, products.size()); ++index)

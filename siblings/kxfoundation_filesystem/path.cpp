@@ -22,6 +22,14 @@ bool climbs(std::u16string_view element) {
     }
 }
 
+std::string for_message(const ustring& element) {
+    try {
+        return i18n::ustring_to_utf8(element);
+    } catch (const i18n::conversion_error& error) {
+        return error.what();
+    }
+}
+
 } // namespace
 
 ustring make_native_form(const ustring& text, bool /*native*/) {
@@ -31,7 +39,7 @@ ustring make_native_form(const ustring& text, bool /*native*/) {
 void concatenate_pathname(ustring& path, const ustring& element, bool /*native*/) {
     if (climbs(element))
         throw std::invalid_argument("path element climbs out of its directory: " +
-                                    i18n::ustring_to_utf8(element));
+                                    for_message(element));
     const bool separate = !path.empty() && path.back() != separator;
     path.reserve(path.size() + (separate ? 1 : 0) + element.size());
     if (separate)

@@ -90,8 +90,8 @@ private:
     void write_object(const ValueMap& members) {
         const char* const type = type_not_told_by_kxtype(members);
         char separator = '{';
-        if (type !=
-            nullptr) { // in front, so that the reader keeps it, and the type by its own name
+        // In front, so that the reader keeps it; the name that sets the type comes behind the data.
+        if (type != nullptr) {
             write_member(separator, "kxtype", members.find("kxtype")->second);
             separator = ',';
         }
@@ -115,9 +115,8 @@ private:
     void write_floating(double number) {
         if (std::isnan(number))
             text_ += "null";
-        else if (std::isinf(
-                     number)) // no numeral for it, but a numeral beyond the range reads as one
-            text_ += number < 0 ? "-1e999" : "1e999";
+        else if (std::isinf(number))
+            text_ += number < 0 ? "-1e999" : "1e999"; // what is beyond the range reads as infinity
         else
             write_digits(number);
     }

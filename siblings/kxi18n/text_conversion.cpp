@@ -4,8 +4,7 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
-#include <limits>
-#include <new>
+#include <cstdint>
 
 namespace fl::i18n {
 
@@ -17,78 +16,108 @@ conversion_error::~conversion_error() = default;
 
 namespace {
 
-// ICU counts in 32 bits.
-template <class Text>
-std::int32_t icu_length(const Text& text) {
-    if (text.size() > std::numeric_limits<std::int32_t>::max())
-        throw std::length_error("text too long to convert: " + std::to_string(text.size()) +
-                                " code units");
-    return static_cast<std::int32_t>(text.size());
-}
+// ICU counts in 32 bits, so that texts of any length are converted in pieces.
+constexpr std::size_t most_units_at_once = 1 << 16;
 
-std::size_t offset_of_fault(const ustring& text) {
-    const std::int32_t length = icu_length(text);
-    std::int32_t position = 0;
-    while (position < length) {
-        const std::int32_t start = position;
-        UChar32 character = 0;
-        U16_NEXT(text.data(), position, length, character);
-        if (U_IS_SURROGATE(character))
-            return static_cast<std::size_t>(start);
-    }
-    return text.size();
-}
-
-// ICU's macro narrows on purpose.
+// ICU's macros narrow on purpose.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
 
-std::size_t offset_of_fault(const std::string& text) {
-    const std::int32_t length = icu_length(text);
-    std::int32_t position = 0;
-    while (position < length) {
-        const std::int32_t start = position;
-        UChar32 character = 0;
-        U8_NEXT(text.data(), position, length, character);
-        if (character < 0)
-            return static_cast<std::size_t>(start);
+struct FromUtf16 {
+    static constexpr const char* encoding = "UTF-16";
+    static constexpr auto icu_function = u_strToUTF8;
+
+    // Where the character begins that `position` lies in.
+    static std::int32_t character_begin(const char16_t* text, std::int32_t position) {
+        U16_SET_CP_START(text, 0, position);
+        return position;
     }
-    return text.size();
-}
+
+    // Moves `position` over the next character, and says whether it is well-formed.
+    static bool skip_character(const char16_t* text, std::int32_t& position, std::int32_t length) {
+        UChar32 character = 0;
+        U16_NEXT(text, position, length, character);
+        return !U_IS_SURROGATE(character);
+    }
+};
+
+struct FromUtf8 {
+    static constexpr const char* encoding = "UTF-8";
+    static constexpr auto icu_function = u_strFromUTF8;
+
+    static std::int32_t character_begin(const char* text, std::int32_t position) {
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text);
+        U8_SET_CP_START(bytes, 0, position);
+        return position;
+    }
+
+    static bool skip_character(const char* text, std::int32_t& position, std::int32_t length) {
+        UChar32 character = 0;
+        U8_NEXT(text, position, length, character);
+        return character >= 0;
+    }
+};
 
 #pragma GCC diagnostic pop
 
-// Converts with an ICU function of the u_strToUTF8 family. The first try has room for as many units
-// as `text` has, which suffices for ASCII and for every way to UTF-16; otherwise ICU has counted
-// the units that it needs, and the second try has them.
-template <class Result, class Text, class IcuFunction>
-Result convert(const Text& text, const char* encoding, IcuFunction icu_function) {
-    Result result(text.size(), 0);
+// Where the first fault of a text begins, which is known to have one.
+template <class From, class Unit>
+std::size_t offset_of_fault(const Unit* text, std::int32_t length) {
+    std::int32_t position = 0;
+    std::int32_t begin = 0;
+    while (From::skip_character(text, position, length))
+        begin = position;
+    return static_cast<std::size_t>(begin);
+}
+
+// Converts `length` units and appends them to `result`. The first try has room for as many units as
+// there are, which suffices for ASCII and for every way to UTF-16; if it does not, ICU has counted
+// the units that it needs, and the second try has them. Gives false if the text is ill-formed.
+template <class From, class Unit, class Result>
+bool append_converted(Result& result, const Unit* text, std::int32_t length) {
+    const std::size_t converted = result.size();
+    std::int32_t room = length;
     for (;;) {
-        std::int32_t needed = 0;
+        result.resize(converted + static_cast<std::size_t>(room));
         UErrorCode status = U_ZERO_ERROR;
-        icu_function(result.data(), icu_length(result), &needed, text.data(), icu_length(text),
-                     &status);
-        if (status == U_INVALID_CHAR_FOUND)
-            throw conversion_error(encoding, offset_of_fault(text));
-        if (status == U_MEMORY_ALLOCATION_ERROR)
-            throw std::bad_alloc();
-        if (U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR)
-            throw std::length_error("text too long to convert");
-        result.resize(static_cast<std::size_t>(needed));
+        std::int32_t needed = 0;
+        From::icu_function(result.data() + converted, room, &needed, text, length, &status);
+        if (U_SUCCESS(status)) {
+            result.resize(converted + static_cast<std::size_t>(needed));
+            return true;
+        }
         if (status != U_BUFFER_OVERFLOW_ERROR)
-            return result;
+            return false;
+        room = needed;
     }
+}
+
+template <class Result, class From, class Text>
+Result convert(const Text& text) {
+    Result result;
+    std::size_t position = 0;
+    while (position < text.size()) {
+        const auto* const piece = text.data() + position;
+        const std::size_t left = text.size() - position;
+        const auto length =
+            left <= most_units_at_once
+                ? static_cast<std::int32_t>(left)
+                : From::character_begin(piece, static_cast<std::int32_t>(most_units_at_once));
+        if (!append_converted<From>(result, piece, length))
+            throw conversion_error(From::encoding, position + offset_of_fault<From>(piece, length));
+        position += static_cast<std::size_t>(length);
+    }
+    return result;
 }
 
 } // namespace
 
 std::string ustring_to_utf8(const ustring& text) {
-    return convert<std::string>(text, "UTF-16", u_strToUTF8);
+    return convert<std::string, FromUtf16>(text);
 }
 
 ustring utf8_to_ustring(const std::string& text) {
-    return convert<ustring>(text, "UTF-8", u_strFromUTF8);
+    return convert<ustring, FromUtf8>(text);
 }
 
 } // namespace fl::i18n

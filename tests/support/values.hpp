@@ -10,7 +10,7 @@
 
 namespace foundation::json {
 
-/// Equal in tag and content, all the way down.
+/// Equal in tag and content, all the way down; NaN equals Null.
 bool operator==(const Value& left, const Value& right);
 std::ostream& operator<<(std::ostream& stream, const Value& value);
 

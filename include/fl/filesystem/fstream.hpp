@@ -45,15 +45,19 @@ public:
     /// stream takes no memory between cutting the file and writing to it, so that an exhausted
     /// memory cannot leave it empty.
     basic_ofstream(const ustring& pathname, std::ios_base::openmode mode, CharT* buffer,
-                   std::streamsize size) {
-        const std::string native = detail::make_native_access_form_with_cleanup_i18n(pathname);
-        this->rdbuf()->pubsetbuf(buffer, size); // counts only before the file is opened
-        this->open(native, mode | std::ios_base::out);
-    }
+                   std::streamsize size)
+        : basic_ofstream(detail::make_native_access_form_with_cleanup_i18n(pathname), mode, buffer,
+                         size) {}
 
 private:
     basic_ofstream(const std::string& native_path, std::ios_base::openmode mode)
         : std::basic_ofstream<CharT, Traits>(native_path, mode | std::ios_base::out) {}
+
+    basic_ofstream(const std::string& native_path, std::ios_base::openmode mode, CharT* buffer,
+                   std::streamsize size) {
+        this->rdbuf()->pubsetbuf(buffer, size); // counts only before the file is opened
+        this->open(native_path, mode | std::ios_base::out);
+    }
 };
 
 } // namespace fl::filesystem

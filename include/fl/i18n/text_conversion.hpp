@@ -28,12 +28,11 @@ private:
     std::size_t offset_;
 };
 
-/// Gives `text` in UTF-8, U+0000 included. Raises conversion_error on an unpaired surrogate,
-/// std::length_error on a text of 2^31 units or more.
+/// Gives `text` in UTF-8, U+0000 included. Raises conversion_error on an unpaired surrogate.
 [[nodiscard]] KX_EXPORT std::string ustring_to_utf8(const ustring& text);
 
 /// Gives the UTF-8 `text` in UTF-16, U+0000 included. Raises conversion_error on ill-formed UTF-8
-/// (overlong forms and encoded surrogates too), std::length_error on a text of 2^31 bytes or more.
+/// (overlong forms and encoded surrogates too).
 [[nodiscard]] KX_EXPORT ustring utf8_to_ustring(const std::string& text);
 
 } // namespace fl::i18n

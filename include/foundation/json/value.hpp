@@ -39,12 +39,13 @@ public:
     /// string, vector or map is empty.
     KX_EXPORT Value(Value&& source) noexcept;
 
-    /// Makes this a deep copy of `source`, which may be a part of this value. With equal tags the
+    /// Makes this a deep copy of `source`; one may be a part of the other. With equal tags the
     /// content is assigned in place: elements on both sides one by one.
     ///
     /// Raises std::bad_alloc. A string that failed to be copied over another alternative leaves
-    /// this as it was. A vector or a map that failed leaves a bool of no particular value, the old
-    /// content being gone; where this held the same alternative, what was assigned so far stays.
+    /// this as it was. A vector or a map that failed to be copied over another alternative leaves a
+    /// bool of no particular value, the old content being gone; over its like, it leaves one of no
+    /// particular content.
     KX_EXPORT Value& operator=(const Value& source);
 
     /// Takes over the content of `source` without taking memory. With equal tags two vectors or two

@@ -82,7 +82,7 @@ public:
     /// passed over without a sign. Raises std::runtime_error where a JSON file is there but does
     /// not hold an object, which leaves that file as it was; std::filesystem::filesystem_error
     /// where a directory cannot be made or a file not be looked at; std::invalid_argument where
-    /// name, version or a tag would climb out of the tree or holds U+0000;
+    /// name, version or a tag would climb out of the tree, or one of them or the root holds U+0000;
     /// fl::i18n::conversion_error where a text is ill-formed. What was written before stays.
     ///
     /// Nothing guards the tree: the caller keeps writes below one root apart.

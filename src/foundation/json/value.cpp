@@ -47,8 +47,8 @@ Value::Value(Value&& source) noexcept {
 }
 
 Value& Value::operator=(const Value& source) {
-    // Assigning a vector or map out of this value to it would read from what is being destroyed.
-    if (source.is_container() && contains(source))
+    // Where one is a part of the other, assigning would read from what it has just written.
+    if (source.is_container() && (contains(source) || source.contains(*this)))
         return *this = Value(source);
     assign(source);
     return *this;

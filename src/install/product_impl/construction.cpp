@@ -53,10 +53,12 @@ ComponentMap ProductImpl::convertToInstallerComponents(const Model& model) {
 
 namespace {
 
+// Of several documents with one tag the first one stays. Braces, here and below, because they
+// convert in the order of the text: of several faults the first one is told.
 XmlMap to_utf8(const Model::Impl::Xmls& xmls) {
     XmlMap documents;
     for (const auto& [tag, text] : xmls)
-        documents.emplace(ustring_to_utf8(tag), ustring_to_utf8(text)); // the first one stays
+        documents.insert(XmlMap::value_type{ustring_to_utf8(tag), ustring_to_utf8(text)});
     return documents;
 }
 
@@ -75,9 +77,10 @@ std::vector<AltDependency> ProductImpl::convertToInstallerAltDependencies(const 
     std::vector<AltDependency> dependencies;
     dependencies.reserve(records.size());
     for (const auto& record : records)
-        dependencies.emplace_back(ustring_to_utf8(record.field1), ustring_to_utf8(record.field2),
-                                  ustring_to_utf8(record.field3), ustring_to_utf8(record.field4),
-                                  ustring_to_utf8(record.field5));
+        dependencies.push_back(
+            AltDependency{ustring_to_utf8(record.field1), ustring_to_utf8(record.field2),
+                          ustring_to_utf8(record.field3), ustring_to_utf8(record.field4),
+                          ustring_to_utf8(record.field5)});
     return dependencies;
 }
 

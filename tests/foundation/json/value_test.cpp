@@ -116,15 +116,17 @@ TEST(Value, AFailedCopyLeavesWhatTheRulesSay) {
 }
 
 TEST(Value, VectorsAreAssignedInPlace) {
-    Value to(ValueVector{Value(std::string("x")), Value(1.0)});
-    const Value* const kept = to.get<ValueVector>().data();
-    const Value from(ValueVector{Value(true)});
-    to = from;
-    EXPECT_EQ(to.get<ValueVector>().data(), kept);
-    EXPECT_EQ(to, from);
+    Value to(ValueVector{Value(std::string(100, 'x'))});
+    const char* const text = to.get<ValueVector>()[0].get<std::string>().data();
+    const Value grown(ValueVector(3, Value(std::string("a text that is shorter"))));
+    for (const Value& from : {grown, Value(ValueVector(1, Value(std::string("y"))))}) {
+        to = from;
+        EXPECT_EQ(to, from);
+        EXPECT_EQ(to.get<ValueVector>()[0].get<std::string>().data(), text);
+    }
 }
 
-TEST(Value, CanBeAssignedItselfOrAPartOfItself) {
+TEST(Value, CanBeAPartOfItselfWhenAssigned) {
     for (Value value : one_of_each()) {
         const Value original = value;
         const Value& self = value;
@@ -144,6 +146,13 @@ TEST(Value, CanBeAssignedItselfOrAPartOfItself) {
     EXPECT_EQ(other_alternative, original);
     other_alternative = std::move(other_alternative.get<ValueVector>()[1]);
     EXPECT_EQ(other_alternative, Value(std::string("last")));
+
+    Value whole(ValueVector{original, Value(true)});
+    const Value before = whole;
+    whole.get<ValueVector>()[0] = whole;
+    EXPECT_EQ(whole, Value(ValueVector{before, Value(true)}));
+    whole.get<ValueVector>()[1] = whole;
+    EXPECT_EQ(whole, Value(ValueVector{before, Value(ValueVector{before, Value(true)})}));
 }
 
 } // namespace

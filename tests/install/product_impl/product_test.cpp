@@ -2,6 +2,7 @@
 
 #include "fl/i18n/text_conversion.hpp"
 #include "install/component_impl/component_impl.hpp"
+#include "support/failure.hpp"
 #include "support/models.hpp"
 
 #include <gtest/gtest.h>
@@ -40,8 +41,7 @@ TEST(Product, IsASnapshotOfItsModel) {
     source->platforms = {u"win", u"hostpf"};
     source->requiredProducts = {
         {u"z", required(u"A")}, {u"a", required(u"B")}, {u"m", required(u"A")}};
-    source->altDependencies = {{u"1", u"\u00E4", u"", u"4", u"5"},
-                               {u"1", u"\u00E4", u"", u"4", u"5"}};
+    source->altDependencies.assign(2, {u"1", u"\u00E4", u"", u"4", u"5"});
     const ProductImpl product(source);
     *source = {};
 
@@ -60,8 +60,8 @@ TEST(Product, IsASnapshotOfItsModel) {
     const std::vector<AltDependency> alternatives = product.getAltDependencies();
     ASSERT_EQ(alternatives.size(), 2U);
     const AltDependency& last = alternatives[1];
-    EXPECT_EQ(last.altField1 + last.altField2 + last.altField3, "1\xC3\xA4");
-    EXPECT_EQ(last.altField4 + last.altField5, "45");
+    EXPECT_EQ(last.altField1 + "|" + last.altField2 + "|" + last.altField3, "1|\xC3\xA4|");
+    EXPECT_EQ(last.altField4 + "|" + last.altField5, "4|5");
 }
 
 TEST(Product, TakesTheFirstOfEqualKeys) {
@@ -85,14 +85,21 @@ TEST(Product, TakesTheFirstOfEqualKeys) {
     EXPECT_FALSE(product.shouldWriteLocaleXml("EN"));
 }
 
-TEST(Product, OfAModelWithIllFormedTextDoesNotComeIntoBeing) {
-    for (int spoilt = 0; spoilt < 3; ++spoilt) {
-        const model::Product source = test::sample_model();
-        source->altDependencies = {{u"", u"", u"", u"", u""}};
-        ustring* const texts[] = {&source->platformXmls[0].first, &source->localeXmls[0].second,
-                                  &source->altDependencies[0].field5};
-        *texts[spoilt] = {u'a', 0xDC00};
-        EXPECT_THROW(const ProductImpl product(source), fl::i18n::conversion_error);
+TEST(Product, OfAModelWithIllFormedTextTellsTheFirstFault) {
+    const model::Product source = test::sample_model();
+    source->platformXmls.emplace_back();
+    source->localeXmls.emplace_back();
+    source->altDependencies.emplace_back();
+    model::AltDependency& alternative = source->altDependencies[0];
+    // Spoilt from the last text to the first, each at another offset.
+    std::size_t offset = 9;
+    for (ustring* text :
+         {&alternative.field5, &alternative.field4, &alternative.field3, &alternative.field2,
+          &alternative.field1, &source->localeXmls[1].second, &source->localeXmls[1].first,
+          &source->platformXmls[2].second, &source->platformXmls[2].first}) {
+        *text = ustring(--offset, u'a') + char16_t(0xDC00);
+        EXPECT_EQ(test::failure_of<fl::i18n::conversion_error>([&] { ProductImpl{source}; }),
+                  "ill-formed UTF-16 at offset " + std::to_string(offset));
     }
 }
 

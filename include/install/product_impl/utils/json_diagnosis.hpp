@@ -29,8 +29,9 @@ struct JsonFileDiagnosis {
     /// The fault of a damaged file; 0 in all other states.
     foundation::json::detail::parse_result code = foundation::json::detail::parse_ok;
 
-    /// Where reading stopped: the fault of a damaged file, and otherwise the end of the first value. In
-    /// bytes from the beginning, counted from 0; as the line and the byte in it, both counted from 1.
+    /// Where reading stopped: the fault of a damaged file, and otherwise the end of the first
+    /// value. In bytes from the beginning, counted from 0; as the line and the byte in it, both
+    /// counted from 1.
     std::size_t offset = 0;
     std::size_t line = 1;
     std::size_t column = 1;
@@ -39,8 +40,8 @@ struct JsonFileDiagnosis {
     std::size_t ignored_bytes = 0;
 };
 
-/// Looks at the file at `path` as getJsonObjFromFile does, and says what that function does not tell.
-/// Changes nothing on disk. Raises as readFile does.
+/// Looks at the file at `path` as getJsonObjFromFile does, and says what that function does not
+/// tell. Changes nothing on disk. Raises as readFile does.
 [[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJsonFile(const ustring& path);
 
 } // namespace install::product_impl::utils

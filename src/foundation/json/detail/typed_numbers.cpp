@@ -56,13 +56,6 @@ parse_result append_payload(ValueVector& elements, Iterator& pos, const Iterator
     });
 }
 
-parse_result append_payload(const std::string& type_name, ValueVector& elements, Iterator& pos,
-                            const Iterator& end, bool allow_comments, int depth) {
-    return is_signed_typed_name(type_name)
-               ? append_payload(elements, pos, end, allow_comments, depth, scan_signed)
-               : append_payload(elements, pos, end, allow_comments, depth, scan_unsigned);
-}
-
 } // namespace
 
 parse_result scan_signed(long long& out, Iterator& pos, const Iterator& end) {
@@ -111,7 +104,9 @@ parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator
         return parse_value(out, pos, end, allow_comments, depth);
     ValueVector elements;
     const parse_result result =
-        append_payload(type_name, elements, pos, end, allow_comments, depth);
+        is_signed_typed_name(type_name)
+            ? parse_signed_payload(elements, pos, end, allow_comments, depth)
+            : parse_unsigned_payload(elements, pos, end, allow_comments, depth);
     if (result == parse_ok) {
         Value value(std::move(elements));
         store_value(out, value);
@@ -144,7 +139,10 @@ parse_result read_data_again(TypedState& state, Value& data, bool allow_comments
         elements.clear();
         Iterator pos = state.data_pos;
         const parse_result result =
-            append_payload(state.type_name, elements, pos, state.data_end, allow_comments, depth);
+            is_signed_typed_name(state.type_name)
+                ? append_payload(elements, pos, state.data_end, allow_comments, depth, scan_signed)
+                : append_payload(elements, pos, state.data_end, allow_comments, depth,
+                                 scan_unsigned);
         state.data_pending = result != parse_ok;
         return result;
     } catch (...) {
