@@ -1,6 +1,5 @@
 #include "fl/i18n/text_conversion.hpp"
 
-#include "fl/i18n/lcctype.hpp"
 #include "support/failure.hpp"
 #include "support/table.hpp"
 
@@ -41,20 +40,8 @@ TEST(TextConversion, IsStrictAndLosesNothing) {
     const ustring longer_in_utf8(100000, u'\u20AC');
     EXPECT_EQ(ustring_to_utf8(longer_in_utf8).size(), 300000U);
     EXPECT_EQ(utf8_to_ustring(ustring_to_utf8(longer_in_utf8)), longer_in_utf8);
-}
-
-TEST(CharacterClasses, HoldAsciiOnly) {
-    std::string digits;
-    std::string spaces;
-    for (int value = -128; value < 128; ++value) {
-        const char byte = static_cast<char>(value);
-        if (fl::i18n::lcctype::isdigit_ascii(static_cast<char32_t>(byte)))
-            digits += byte;
-        if (fl::i18n::lcctype::isspace_ascii(static_cast<char32_t>(byte)))
-            spaces += byte;
-    }
-    EXPECT_EQ(digits, "0123456789");
-    EXPECT_EQ(spaces, "\t\n\v\f\r ");
+    EXPECT_EQ(test::failure_of([&] { return ustring_to_utf8(longer_in_utf8 + char16_t(0xD800)); }),
+              "ill-formed UTF-16 at offset 100000");
 }
 
 } // namespace

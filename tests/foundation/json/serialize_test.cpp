@@ -43,6 +43,13 @@ TEST(Serialize, WritesWhatTheReaderNeverMakes) {
     EXPECT_EQ(serialize(map), "{}");
 }
 
+TEST(TextServices, ReplaceASurrogateWithoutItsPartner) {
+    const char16_t units[] = {0xD83D, 0xDE00};
+    EXPECT_EQ(detail::u16_to_u8(units, 2), "\xF0\x9F\x98\x80");
+    EXPECT_EQ(detail::u16_to_u8(units, 1), "\xEF\xBF\xBD");
+    EXPECT_EQ(detail::u16_to_u8(units + 1, 1), "\xEF\xBF\xBD");
+}
+
 TEST(Serialize, NumbersDoNotCareForTheLocale) {
     ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
     char printed[8] = {};

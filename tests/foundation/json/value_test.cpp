@@ -54,6 +54,8 @@ TEST(Value, CopyAssignmentGivesADeepCopy) {
         const Value original = from;
         Value to = old;
         EXPECT_EQ(&(to = from), &to);
+        const Value& self = to;
+        to = self;
         EXPECT_EQ(to, original);
         if (to.tag() == vector_tag)
             to.get<ValueVector>()[0].get<ValueMap>()["key"] = Value(1.0);
@@ -79,23 +81,11 @@ TEST(Value, MoveAssignmentTakesTheContentWithoutMemory) {
         if (from.tag() == string_tag || is_container(from)) {
             EXPECT_EQ(from, change_places ? old : emptied[from.tag() - string_tag]);
         }
+        if (from.tag() == vector_tag)
+            from.get<ValueVector>().emplace_back(true); // it is of use again
+        from = original;
+        EXPECT_EQ(from, original);
     });
-}
-
-TEST(Value, AValueThatWasMovedFromIsOfUse) {
-    for (Value& value : test::one_of_each()) {
-        const Value original = value;
-        const Value taken = std::move(value);
-        EXPECT_EQ(taken, original);
-        EXPECT_EQ(Value(value).tag(), original.tag());
-        if (auto* elements = value.get_if<ValueVector>()) {
-            EXPECT_TRUE(elements->empty());
-            value.get<ValueVector>().emplace_back(true);
-            EXPECT_EQ(value, Value(ValueVector{Value(true)}));
-        }
-        value = original;
-        EXPECT_EQ(value, original);
-    }
 }
 
 TEST(Value, AFailedCopyLeavesWhatTheRulesSay) {
@@ -127,12 +117,6 @@ TEST(Value, VectorsAreAssignedInPlace) {
 }
 
 TEST(Value, CanBeAPartOfItselfWhenAssigned) {
-    for (Value value : one_of_each()) {
-        const Value original = value;
-        const Value& self = value;
-        value = self;
-        EXPECT_EQ(value, original);
-    }
     Value inner(ValueVector{Value(1.0), Value(std::string("last"))});
     const Value original = inner;
     Value same_alternative(ValueVector{Value(true), inner});

@@ -1,200 +1,139 @@
 // What is on disk after sequences of writes.
 
 #include "install/product_impl/product_impl.hpp"
-#include "install/product_impl/utils/json_file.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/failure.hpp"
 #include "support/models.hpp"
+#include "support/table.hpp"
 #include "support/temporary_directory.hpp"
-#include "support/values.hpp"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <memory>
+#include <regex>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
 
 using namespace install::product_impl;
-using foundation::json::Value;
-using foundation::json::ValueMap;
-using foundation::json::ValueVector;
 using install::ustring;
 using Tags = std::vector<std::string>;
+namespace model = install::datamodels::transitive_closure;
 
 const std::string contents_map = "appdata/prodcontents.json";
 const std::string installed_record = "appdata/installedProductData.json";
 const std::string products = "appdata/products/";
 
-class InstallTree : public testing::Test {
-protected:
-    [[nodiscard]] ustring root() const { return tree.upath(); }
-    [[nodiscard]] ValueMap members(const std::string& name) const {
-        return utils::getJsonObjFromFile(tree.upath(name));
+model::Product model_named(const std::string& name) {
+    model::Product model = test::sample_model();
+    if (name == "newer") {
+        model->version = u"3.0";
+    } else if (name == "alpha") {
+        model->name = u"Alpha Tools";
+        model->basecode.clear();
+    } else if (name == "equal") {
+        model->platformXmls = {{u"en", u"<platform/>"}};
+    } else if (name == "climbing") {
+        model->name = u"../../outside";
     }
-    [[nodiscard]] double written_at(const std::string& basecode) const {
-        return members(installed_record).at(basecode).get<double>();
+    return model;
+}
+
+Tags split(const std::string& text) {
+    Tags parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, ',');)
+        parts.push_back(part);
+    return parts;
+}
+
+// The name of a file in the table, with its short forms replaced.
+std::string file_named(const std::string& name) {
+    if (name == "map")
+        return contents_map;
+    if (name == "record")
+        return installed_record;
+    return name.starts_with("xml/") ? products + name.substr(4) : name;
+}
+
+// The times since `begin`, which is in milliseconds since 1970, are replaced by NOW.
+std::string without_times(const std::string& text, long long begin) {
+    std::smatch time;
+    std::string rest = text;
+    std::string result;
+    while (std::regex_search(rest, time, std::regex(":[0-9]{13}\\b"))) {
+        const long long number = std::stoll(time.str().substr(1));
+        result += time.prefix().str() + (number >= begin ? ":NOW" : time.str());
+        rest = time.suffix();
     }
+    return result + rest;
+}
 
-    test::TemporaryDirectory tree;
-    const ProductImpl product{test::sample_model()};
-};
-
-double milliseconds_now() {
-    return std::chrono::floor<std::chrono::duration<double, std::milli>>(
-               std::chrono::system_clock::now().time_since_epoch())
+long long milliseconds_now() {
+    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now())
+        .time_since_epoch()
         .count();
 }
 
-TEST_F(InstallTree, HoldsOneProduct) {
-    const double before = milliseconds_now() - 1;
-    product.serialize(root(), {"hostpf", "thirdpf", "otherpf", "HOSTPF"}, "en");
-    EXPECT_EQ(tree.files(), (std::set<std::string>{contents_map, installed_record,
-                                                   products + "Sample Tool 2.5 hostpf.xml",
-                                                   products + "Sample Tool 2.5 otherpf.xml",
-                                                   products + "Sample Tool 2.5 en.xml"}));
-    EXPECT_EQ(tree.content(products + "Sample Tool 2.5 otherpf.xml"), "<other \xC3\xA4/>");
-    EXPECT_EQ(tree.content(products + "Sample Tool 2.5 en.xml"), "<en/>");
-    EXPECT_EQ(tree.content(contents_map),
-              R"({"Sample Tool 2.5 hostpf":["/appdata/products/Sample Tool 2.5 hostpf.xml",)"
-              R"("/appdata/products/Sample Tool 2.5 otherpf.xml",)"
-              R"("/appdata/products/Sample Tool 2.5 en.xml"]})");
-    EXPECT_EQ(members(installed_record).size(), 1U);
-    EXPECT_GE(written_at("ST"), before);
-    EXPECT_LE(written_at("ST"), milliseconds_now());
-    const std::string record = tree.content(installed_record);
-    EXPECT_EQ(record.find_first_not_of("0123456789", 6), record.size() - 1) << record;
-}
-
-TEST_F(InstallTree, IsSharedByProductsAndVersions) {
-    auto model = test::sample_model();
-    model->name = u"Alpha Tools";
-    model->basecode = u"";
-    const ProductImpl alpha(model);
-    model = test::sample_model();
-    model->version = u"3.0";
-    const ProductImpl newer(model);
-    const std::string empty_list = "\"Sample Tool 3.0 hostpf\":[]";
-
-    product.serialize(root(), {"otherpf"}, "xx");
-    tree.write(installed_record, R"({"ST":1})"); // a write of long ago
-    alpha.serialize(root(), {"hostpf"}, "xx");
-    newer.serialize(root(), {}, "xx");
-    EXPECT_EQ(tree.content(contents_map),
-              R"({"Alpha Tools 2.5 hostpf":["/appdata/products/Alpha Tools 2.5 hostpf.xml"],)"
-              R"("Sample Tool 2.5 hostpf":["/appdata/products/Sample Tool 2.5 otherpf.xml"],)" +
-                  empty_list + "}");
-    EXPECT_EQ(members(installed_record).size(), 2U); // both versions have one basecode
-    EXPECT_GT(written_at("ST"), 1e12);
-    EXPECT_GT(written_at(""), 1e12);
-}
-
-TEST_F(InstallTree, IsTheSameAfterARepeatedWriteButForTheTime) {
-    product.serialize(root(), {"hostpf"}, "en");
-    const std::set<std::string> files = tree.files();
-    const std::string map = tree.content(contents_map);
-    product.serialize(root(), {"hostpf"}, "en");
-    EXPECT_EQ(tree.files(), files);
-    EXPECT_EQ(tree.content(contents_map), map);
-    EXPECT_EQ(members(installed_record).size(), 1U);
-
-    product.serialize(root(), {"otherpf", "otherpf"}, "none"); // replaces the whole list
-    const std::string path = "/appdata/products/Sample Tool 2.5 otherpf.xml";
-    EXPECT_EQ(members(contents_map).at("Sample Tool 2.5 hostpf"),
-              Value(ValueVector{Value(path), Value(path)}));
-    EXPECT_TRUE(tree.files().contains(products + "Sample Tool 2.5 en.xml")); // nothing is deleted
-}
-
-TEST_F(InstallTree, CarriesAlongWhatItDoesNotKnow) {
-    const std::string others =
-        R"("":null,"a":[true,false,{"b":-0.5}],"c":"\u0000\\\/","d":1e999,"d":2,"z":{"z":{}})";
-    const std::string written =
-        R"("":null,"a":[true,false,{"b":-0.5}],"c":"\u0000\\/","d":1e999,"z":{"z":{}})";
-    const std::string entry = R"("Sample Tool 2.5 hostpf":)";
-    tree.write(contents_map, "{ " + others + " , " + entry + "17 } \n trailing {");
-    tree.write(installed_record, "{" + others + R"(,"ST":"old"})");
-    product.serialize(root(), {}, "");
-    EXPECT_EQ(tree.content(contents_map),
-              R"({"":null,)" + entry + "[]," + written.substr(written.find(R"("a")")) + "}");
-    ValueMap record = members(installed_record);
-    EXPECT_EQ(record.at("ST").tag(), foundation::json::traits<double>::tag);
-    record.erase("ST");
-    EXPECT_EQ(foundation::json::Value(record), [&] {
-        tree.write("others", "{" + others + "}");
-        return Value(members("others"));
-    }());
-}
-
-TEST_F(InstallTree, IsNotTouchedWhereAJsonFileIsDamaged) {
-    for (const std::string& damaged : {contents_map, installed_record})
-        for (const char* text : {"", "[1]", R"({"a":[1,})", "\xEF\xBB\xBF{}"}) {
-            const test::TemporaryDirectory own;
-            own.write(damaged, text);
-            EXPECT_THROW(product.serialize(own.upath(), {"hostpf"}, "en"), std::runtime_error);
-            EXPECT_EQ(own.content(damaged), text);
-            // The stages before have run, those behind have not.
-            EXPECT_TRUE(own.files().contains(products + "Sample Tool 2.5 en.xml"));
-            EXPECT_EQ(own.files().contains(contents_map), true);
-            EXPECT_EQ(own.files().contains(installed_record), damaged == installed_record);
+TEST(InstallTree, IsAsTheTableSays) {
+    const long long begin = milliseconds_now();
+    std::unique_ptr<test::TemporaryDirectory> tree;
+    std::string scenario;
+    for (const auto& step : test::read_table("install_tree.tsv")) {
+        SCOPED_TRACE(scenario + ": " + step[0]);
+        const std::string file = step.size() > 1 ? file_named(step[1]) : "";
+        const auto serialize = [&] {
+            ProductImpl(model_named(step[1])).serialize(tree->upath(), split(step[2]), step[3]);
+        };
+        if (step[0] == "scenario") {
+            scenario = step[1];
+            tree = std::make_unique<test::TemporaryDirectory>();
+        } else if (step[0] == "given") {
+            tree->write(file, step[2]);
+        } else if (step[0] == "directory") {
+            std::filesystem::create_directories(tree->path(file));
+        } else if (step[0] == "link") {
+            std::filesystem::create_directories(tree->path(file).parent_path());
+            std::filesystem::create_symlink(step[2], tree->path(file));
+        } else if (step[0] == "serialize") {
+            serialize();
+        } else if (step[0] == "raises") {
+            const std::string failure = test::failure_of(serialize);
+            EXPECT_NE(failure.find(step[4]), std::string::npos) << failure;
+        } else if (step[0] == "holds") {
+            EXPECT_EQ(without_times(tree->content(file), begin), step[2]);
+        } else {
+            ASSERT_EQ(step[0], "files");
+            std::set<std::string> files;
+            std::transform(step.begin() + 1, step.end(), std::inserter(files, files.end()),
+                           file_named);
+            EXPECT_EQ(tree->files(), files);
         }
+    }
 }
 
-TEST_F(InstallTree, IsNotMadeWhereNothingIsSelected) {
-    product.serialize(root(), {"thirdpf"}, "xx");
-    EXPECT_TRUE(std::filesystem::is_empty(tree.path()));
-    std::filesystem::create_directory(tree.path("appdata"));
-    product.serialize(root(), {"thirdpf"}, "xx");
-    EXPECT_EQ(tree.content(contents_map), R"({"Sample Tool 2.5 hostpf":[]})");
-    EXPECT_EQ(tree.files(), (std::set<std::string>{contents_map, installed_record}));
-}
-
-TEST_F(InstallTree, GivesEqualTagsOneFile) {
-    auto model = test::sample_model();
-    model->platformXmls = {{u"en", u"<platform/>"}};
-    ProductImpl(model).serialize(root(), {"en"}, "en");
-    EXPECT_EQ(tree.content(products + "Sample Tool 2.5 en.xml"), "<en/>");
-    EXPECT_EQ(members(contents_map).at("Sample Tool 2.5 hostpf").get<ValueVector>().size(), 2U);
-}
-
-TEST_F(InstallTree, GoesOnBehindAFileThatCannotBeWritten) {
-    std::filesystem::create_directories(tree.path(products + "Sample Tool 2.5 hostpf.xml"));
-    std::filesystem::create_symlink("/dev/full",
-                                    tree.path(products + "Sample Tool 2.5 otherpf.xml"));
-    product.serialize(root(), {"hostpf", "otherpf"}, "en");
-    EXPECT_EQ(tree.content(products + "Sample Tool 2.5 en.xml"), "<en/>");
-    EXPECT_EQ(members(contents_map).size(), 1U);
-    EXPECT_EQ(members(installed_record).size(), 1U);
-}
-
-TEST_F(InstallTree, ReportsADirectoryThatCannotBeMade) {
-    tree.write("appdata", "a file");
-    EXPECT_THROW(product.serialize(root(), {"hostpf"}, "en"), std::filesystem::filesystem_error);
-    EXPECT_EQ(tree.content("appdata"), "a file");
-}
-
-TEST_F(InstallTree, RefusesToLeaveTheRoot) {
-    auto model = test::sample_model();
-    model->name = u"../../outside";
-    EXPECT_THROW(ProductImpl(model).serialize(tree.upath("root"), {"hostpf"}, "en"),
-                 std::invalid_argument);
-    EXPECT_THROW(product.writePlatformXml(root(), "\xFF"), std::runtime_error);
-    EXPECT_TRUE(std::filesystem::is_empty(tree.path()));
-}
-
-TEST_F(InstallTree, SaysWhichDocumentIsMissingOnlyWhenAskedForIt) {
+TEST(InstallTree, SaysWhichDocumentIsMissingOnlyWhenAskedForIt) {
+    const test::TemporaryDirectory tree;
+    const ProductImpl product(test::sample_model());
     const std::string not_found = "map::at:  key not found";
     using std::out_of_range;
     using test::failure_of;
-    EXPECT_EQ(failure_of<out_of_range>([&] { product.writePlatformXml(root(), "en"); }), not_found);
-    EXPECT_EQ(failure_of<out_of_range>([&] { product.writeLocaleXml(root(), "hostpf"); }),
+    EXPECT_EQ(failure_of<out_of_range>([&] { product.writePlatformXml(tree.upath(), "en"); }),
               not_found);
-    EXPECT_TRUE(std::filesystem::is_directory(tree.path(products)));
-    EXPECT_TRUE(tree.files().empty());
+    EXPECT_TRUE(std::filesystem::is_empty(tree.path(products)));
+    EXPECT_EQ(failure_of<out_of_range>([&] { product.writeLocaleXml(tree.upath(), "hostpf"); }),
+              not_found);
+    EXPECT_THROW(product.writePlatformXml(tree.upath(), "\xFF"), std::runtime_error);
+    EXPECT_TRUE(std::filesystem::is_empty(tree.path(products)));
 }
 
 // A file is as it was before, or as it must be in the end.
-TEST_F(InstallTree, IsOldOrCompleteAfterAnyExhaustedMemory) {
+TEST(InstallTree, IsOldOrCompleteAfterAnyExhaustedMemory) {
+    const ProductImpl product(test::sample_model());
     const std::string other = R"("Other 1 hostpf":["/appdata/products/Other 1 hostpf.xml"])";
     const std::string map = "{" + other + R"(,"Sample Tool 2.5 hostpf":[)" +
                             R"("/appdata/products/Sample Tool 2.5 hostpf.xml"]})";
@@ -243,11 +182,12 @@ public:
     mutable std::vector<std::pair<Tags, Tags>> calls;
 };
 
-TEST_F(InstallTree, IsWrittenThroughAnOverrideOfWriteXml) {
+TEST(InstallTree, IsWrittenThroughAnOverrideOfWriteXml) {
+    const test::TemporaryDirectory tree;
     std::filesystem::create_directory(tree.path("appdata"));
     const CountingProduct counting{test::sample_model()};
-    counting.serialize(root(), {"hostpf"}, "en");
-    counting.writeXml(root(), {"a", "b"}, std::string("c"));
+    counting.serialize(tree.upath(), {"hostpf"}, "en");
+    counting.writeXml(tree.upath(), {"a", "b"}, std::string("c"));
     EXPECT_EQ(counting.calls,
               (std::vector<std::pair<Tags, Tags>>{{{"hostpf"}, {"en"}}, {{"a", "b"}, {"c"}}}));
     EXPECT_EQ(tree.files(), (std::set<std::string>{contents_map, installed_record}));

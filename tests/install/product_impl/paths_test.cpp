@@ -49,6 +49,7 @@ TEST(Paths, StayAsTheyWereWithoutAnElementToJoin) {
     EXPECT_EQ(&joined.append_element(u"b").append_element(static_cast<const char16_t*>(nullptr)),
               &joined);
     EXPECT_THROW(joined.append_element(u".."), std::invalid_argument);
+    EXPECT_THROW(joined.append_element(u"../" + ustring(1, 0xD800)), std::invalid_argument);
     EXPECT_EQ(joined.text(), u"a/b");
 }
 

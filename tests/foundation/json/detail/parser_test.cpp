@@ -220,31 +220,6 @@ TEST(ReaderMemory, ThatIsExhaustedWhileDataIsReadAgainLeavesItUndefined) {
     EXPECT_EQ(undefined, 2);
 }
 
-TEST(Containers, ReplaceWhatTheOutputHeldOnSuccessOnly) {
-    const std::string text = "{}[]x";
-    ValueMap members;
-    members.emplace("old", true);
-    ValueVector elements(1);
-    auto pos = text.begin();
-    EXPECT_EQ(parse_array_elements(elements, pos, text.end(), false), parse_no_array_open);
-    EXPECT_EQ(elements.size(), 1U);
-    EXPECT_EQ(parse_object_members(members, pos, text.end(), false), parse_ok);
-    EXPECT_TRUE(members.empty());
-    EXPECT_EQ(parse_array_elements(elements, pos, text.end(), false), parse_ok);
-    EXPECT_TRUE(elements.empty());
-}
-
-TEST(ReadStringElement, ReadsOneByteOrOneEscapeAtATime) {
-    const std::string text = R"(a\n")";
-    std::string read;
-    auto pos = text.begin();
-    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_ok);
-    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_ok);
-    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_string_end);
-    EXPECT_EQ(read, "a\n");
-    EXPECT_EQ(*pos, '"');
-}
-
 TEST(Describe, HasASentenceOfItsOwnForEveryCode) {
     std::set<std::string> sentences;
     for (parse_result code = parse_ok; code <= parse_nesting_too_deep; ++code)

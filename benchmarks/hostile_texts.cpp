@@ -1,0 +1,51 @@
+// How long the reader takes for texts that were made to be slow, over their size: the time must
+// grow with the size and no faster.
+
+#include "foundation/json/detail/parse_value.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+
+namespace {
+
+using namespace foundation::json;
+
+// Repeats `piece` behind `begin` until the text has as many bytes as the state's range says.
+void read(benchmark::State& state, const std::string& begin, const std::string& piece,
+          bool allow_comments) {
+    const auto size = static_cast<std::size_t>(state.range(0));
+    std::string text = begin;
+    text.reserve(size + piece.size());
+    while (text.size() < size)
+        text += piece;
+    for ([[maybe_unused]] auto _ : state) {
+        Value out;
+        auto pos = text.cbegin();
+        benchmark::DoNotOptimize(detail::parse_value(out, pos, text.cend(), allow_comments));
+        benchmark::DoNotOptimize(out);
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+void sizes(benchmark::internal::Benchmark* benchmark) {
+    constexpr int mebibyte = 1 << 20;
+    benchmark->RangeMultiplier(2)->Range(mebibyte, 8 * mebibyte)->Unit(benchmark::kMillisecond);
+    benchmark->Complexity(benchmark::oN);
+}
+
+BENCHMARK_CAPTURE(read, open_brackets, "", "[", false)->Apply(sizes);
+BENCHMARK_CAPTURE(read, flat_brackets, "[", "[],", false)->Apply(sizes);
+BENCHMARK_CAPTURE(read, unicode_escapes, "\"", "\\u0041", false)->Apply(sizes);
+BENCHMARK_CAPTURE(read, typed_objects, "", "{\"kxdata\":[1],\"kxtype\":\"int8\",", false)
+    ->Apply(sizes);
+BENCHMARK_CAPTURE(read, typed_members, "{", "\"kxdata\":[1],\"kxtype\":\"int8\",", false)
+    ->Apply(sizes);
+BENCHMARK_CAPTURE(read, digits, "", "1", false)->Apply(sizes);
+BENCHMARK_CAPTURE(read, typed_digits, "{\"kxtype\":\"int8\",\"kxdata\":[", "1", false)
+    ->Apply(sizes);
+BENCHMARK_CAPTURE(read, equal_keys, "{", "\"a\":1,", false)->Apply(sizes);
+BENCHMARK_CAPTURE(read, open_comments, "[", "/*", true)->Apply(sizes);
+BENCHMARK_CAPTURE(read, closed_comments, "[", "/**/", true)->Apply(sizes);
+
+} // namespace
