@@ -220,6 +220,17 @@ TEST(ReaderMemory, ThatIsExhaustedWhileDataIsReadAgainLeavesItUndefined) {
     EXPECT_EQ(undefined, 2);
 }
 
+TEST(ReadStringElement, ReadsOneByteOrOneEscapeAtATime) {
+    const std::string text = R"(a\n")";
+    std::string read;
+    auto pos = text.begin();
+    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_ok);
+    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_ok);
+    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_string_end);
+    EXPECT_EQ(read, "a\n");
+    EXPECT_EQ(*pos, '"');
+}
+
 TEST(Describe, HasASentenceOfItsOwnForEveryCode) {
     std::set<std::string> sentences;
     for (parse_result code = parse_ok; code <= parse_nesting_too_deep; ++code)
