@@ -56,6 +56,18 @@ parse_result append_payload(ValueVector& elements, Iterator& pos, const Iterator
     });
 }
 
+// The same into a vector that is left alone by a failure.
+template <class Integer>
+parse_result parse_payload(ValueVector& out, Iterator& pos, const Iterator& end,
+                           bool allow_comments, int depth,
+                           parse_result (*scan)(Integer&, Iterator&, const Iterator&)) {
+    ValueVector elements;
+    const parse_result result = append_payload(elements, pos, end, allow_comments, depth, scan);
+    if (result == parse_ok)
+        out.swap(elements);
+    return result;
+}
+
 } // namespace
 
 parse_result scan_signed(long long& out, Iterator& pos, const Iterator& end) {
@@ -80,22 +92,12 @@ parse_result scan_unsigned(unsigned long long& out, Iterator& pos, const Iterato
 
 parse_result parse_signed_payload(ValueVector& out, Iterator& pos, const Iterator& end,
                                   bool allow_comments, int depth) {
-    ValueVector elements;
-    const parse_result result =
-        append_payload(elements, pos, end, allow_comments, depth, scan_signed);
-    if (result == parse_ok)
-        out.swap(elements);
-    return result;
+    return parse_payload(out, pos, end, allow_comments, depth, scan_signed);
 }
 
 parse_result parse_unsigned_payload(ValueVector& out, Iterator& pos, const Iterator& end,
                                     bool allow_comments, int depth) {
-    ValueVector elements;
-    const parse_result result =
-        append_payload(elements, pos, end, allow_comments, depth, scan_unsigned);
-    if (result == parse_ok)
-        out.swap(elements);
-    return result;
+    return parse_payload(out, pos, end, allow_comments, depth, scan_unsigned);
 }
 
 parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator& pos,
