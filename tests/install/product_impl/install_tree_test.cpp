@@ -13,7 +13,6 @@
 #include <chrono>
 #include <iterator>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -60,17 +59,15 @@ std::string file_named(const std::string& name) {
     return name.starts_with("xml/") ? products + name.substr(4) : name;
 }
 
-// The times since `begin`, which is in milliseconds since 1970, are replaced by NOW.
-std::string without_times(const std::string& text, long long begin) {
-    std::smatch time;
-    std::string rest = text;
-    std::string result;
-    while (std::regex_search(rest, time, std::regex(":[0-9]{13}\\b"))) {
-        const long long number = std::stoll(time.str().substr(1));
-        result += time.prefix().str() + (number >= begin ? ":NOW" : time.str());
-        rest = time.suffix();
+// Times since `begin`, which is in milliseconds since 1970, are replaced by NOW.
+std::string without_times(std::string text, long long begin) {
+    for (auto colon = text.find(':'); colon != std::string::npos;
+         colon = text.find(':', colon + 1)) {
+        const auto digits = text.find_first_not_of("0123456789", colon + 1) - colon - 1;
+        if (digits == 13 && std::stoll(text.substr(colon + 1)) >= begin)
+            text.replace(colon + 1, digits, "NOW");
     }
-    return result + rest;
+    return text;
 }
 
 long long milliseconds_now() {
