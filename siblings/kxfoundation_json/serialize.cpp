@@ -1,5 +1,6 @@
 #include "foundation/json/serialize.hpp"
 
+#include "foundation/json/detail/byte_runs.hpp"
 #include "foundation/json/detail/typed_names.hpp"
 
 #include <algorithm>
@@ -129,17 +130,17 @@ private:
     }
 
     void write_string(std::string_view text) {
+        const char* position = text.data();
+        const char* const end = position + text.size();
         text_ += '"';
-        std::size_t written = 0;
-        for (std::size_t position = 0; position < text.size(); ++position) {
-            const char byte = text[position];
-            if (byte != '"' && byte != '\\' && static_cast<unsigned char>(byte) >= 0x20)
-                continue;
-            text_ += text.substr(written, position - written);
-            write_escape(byte);
-            written = position + 1;
+        for (;;) {
+            const char* const run_end = detail::find_byte_to_escape(position, end);
+            text_.append(position, run_end);
+            if (run_end == end)
+                break;
+            write_escape(*run_end);
+            position = run_end + 1;
         }
-        text_ += text.substr(written);
         text_ += '"';
     }
 

@@ -27,7 +27,18 @@ public:
     explicit basic_ifstream(const ustring& pathname)
         : basic_ifstream(detail::make_native_access_form_with_cleanup_i18n(pathname)) {}
 
+    /// The same with a buffer of the caller's, `size` characters that must outlive the stream:
+    /// reading takes one system call a buffer.
+    basic_ifstream(const ustring& pathname, CharT* buffer, std::streamsize size)
+        : basic_ifstream(detail::make_native_access_form_with_cleanup_i18n(pathname), buffer,
+                         size) {}
+
 private:
+    basic_ifstream(const std::string& native_path, CharT* buffer, std::streamsize size) {
+        this->rdbuf()->pubsetbuf(buffer, size); // counts only before the file is opened
+        this->open(native_path, std::ios_base::in);
+    }
+
     explicit basic_ifstream(const std::string& native_path)
         : std::basic_ifstream<CharT, Traits>(native_path, std::ios_base::in) {}
 };

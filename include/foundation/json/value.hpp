@@ -37,7 +37,7 @@ public:
 
     /// Takes over the content of `source` without taking memory. `source` keeps its tag; its
     /// string, vector or map is empty.
-    KX_EXPORT Value(Value&& source) noexcept;
+    Value(Value&& source) noexcept { take_content(source); }
 
     /// Makes this a deep copy of `source`; one may be a part of the other. With equal tags the
     /// content is assigned in place: elements on both sides one by one.
@@ -51,7 +51,7 @@ public:
     /// Takes over the content of `source` without taking memory. With equal tags two vectors or two
     /// maps change places; otherwise `source` keeps its tag and is left empty. `source` must not be
     /// a part of this value: move it into a Value of its own first.
-    KX_EXPORT Value& operator=(Value&& source) noexcept;
+    Value& operator=(Value&& source) noexcept;
 
     ~Value() { destroy_content(); }
 
@@ -106,12 +106,22 @@ private:
     template <class T>
     void emplace(std::type_identity_t<T>&& content);
 
-    // After these the Value has no content, and its tag is for the caller to set.
+    // Whether there is anything to destroy.
+    [[nodiscard]] bool has_destructible_content() const noexcept {
+        return tag_ >= traits<std::string>::tag && tag_ <= traits<ValueMap>::tag;
+    }
+
+    // After this the Value has no content, and its tag is for the caller to set.
     void destroy_content() noexcept;
-    KX_EXPORT void destroy_allocated_content() noexcept;
+    KX_EXPORT void destroy_held_content() noexcept;
+
+    // For a Value without destructible content. Inline, as are the operations that end here: trees
+    // are built out of moves.
+    void take_content(Value& source) noexcept;
+    void take_scalar(const Value& source) noexcept;
+    KX_EXPORT void move_assign(Value& source) noexcept;
 
     void copy_content(const Value& source);
-    void take_content(Value& source) noexcept;
     void assign(const Value& source);
     void assign_same_alternative(const Value& source);
     void assign_other_alternative(const Value& source);
@@ -202,8 +212,60 @@ T& Value::get() {
 }
 
 inline void Value::destroy_content() noexcept {
-    if (tag_ >= traits<std::string>::tag && tag_ <= traits<ValueMap>::tag)
-        destroy_allocated_content();
+    if (!has_destructible_content())
+        return;
+    if (tag_ == traits<std::string>::tag)
+        std::destroy_at(&content_.string);
+    else
+        destroy_held_content();
+}
+
+inline void Value::take_content(Value& source) noexcept {
+    tag_ = source.tag_;
+    switch (tag_) {
+    case traits<std::string>::tag:
+        std::construct_at(&content_.string, std::move(source.content_.string));
+        source.content_.string.clear();
+        break;
+    case traits<ValueVector>::tag:
+        content_.vector = std::exchange(source.content_.vector, nullptr);
+        break;
+    case traits<ValueMap>::tag:
+        content_.map = std::exchange(source.content_.map, nullptr);
+        break;
+    default:
+        take_scalar(source);
+    }
+}
+
+inline void Value::take_scalar(const Value& source) noexcept {
+    switch (tag_) {
+    case traits<bool>::tag:
+        content_.boolean = source.content_.boolean;
+        break;
+    case traits<double>::tag:
+        content_.number = source.content_.number;
+        break;
+    case traits<float>::tag:
+        content_.single = source.content_.single;
+        break;
+    case traits<long long>::tag:
+        content_.signed_integer = source.content_.signed_integer;
+        break;
+    case traits<unsigned long long>::tag:
+        content_.unsigned_integer = source.content_.unsigned_integer;
+        break;
+    default:
+        break;
+    }
+}
+
+inline Value& Value::operator=(Value&& source) noexcept {
+    if (has_destructible_content())
+        move_assign(source);
+    else
+        take_content(source);
+    return *this;
 }
 
 } // namespace foundation::json

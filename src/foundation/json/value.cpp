@@ -42,10 +42,6 @@ Value::Value(const Value& source) {
     copy_content(source);
 }
 
-Value::Value(Value&& source) noexcept {
-    take_content(source);
-}
-
 Value& Value::operator=(const Value& source) {
     // Where one is a part of the other, assigning would read from what it has just written.
     if (source.is_container() && (contains(source) || source.contains(*this)))
@@ -54,9 +50,10 @@ Value& Value::operator=(const Value& source) {
     return *this;
 }
 
-Value& Value::operator=(Value&& source) noexcept {
+// For a Value with destructible content.
+void Value::move_assign(Value& source) noexcept {
     if (tag_ != source.tag_) {
-        // The detour keeps a scalar or a string alive that is a part of this value.
+        // The detour keeps a source alive that is a part of this value.
         Value taken(std::move(source));
         destroy_content();
         take_content(taken);
@@ -65,40 +62,22 @@ Value& Value::operator=(Value&& source) noexcept {
         content_.string.swap(taken);
     } else if (tag_ == traits<ValueVector>::tag) {
         std::swap(content_.vector, source.content_.vector);
-    } else if (tag_ == traits<ValueMap>::tag) {
-        std::swap(content_.map, source.content_.map);
     } else {
-        take_content(source);
+        std::swap(content_.map, source.content_.map);
     }
-    return *this;
 }
 
-void Value::destroy_allocated_content() noexcept {
-    with_alternative(tag_, [this]<class T>(std::type_identity<T>) {
-        if constexpr (is_held<T>)
-            delete slot<T>(content_);
-        else
-            std::destroy_at(&slot<T>(content_));
-    });
+void Value::destroy_held_content() noexcept {
+    if (tag_ == traits<ValueVector>::tag)
+        delete content_.vector;
+    else
+        delete content_.map;
 }
 
 // For a Value without content. The tag comes last, so that a failure leaves nothing to destroy.
 void Value::copy_content(const Value& source) {
     with_alternative(source.tag_,
                      [&]<class T>(std::type_identity<T>) { emplace<T>(T(*source.get_if<T>())); });
-}
-
-// For a Value without content, or with a scalar of the same tag.
-void Value::take_content(Value& source) noexcept {
-    with_alternative(source.tag_, [&]<class T>(std::type_identity<T>) {
-        if constexpr (is_held<T>)
-            slot<T>(content_) = std::exchange(slot<T>(source.content_), nullptr);
-        else
-            std::construct_at(&slot<T>(content_), std::move(slot<T>(source.content_)));
-        if constexpr (std::is_same_v<T, std::string>)
-            source.content_.string.clear();
-    });
-    tag_ = source.tag_;
 }
 
 void Value::assign(const Value& source) {

@@ -6,6 +6,7 @@
 #include "install/product_impl/product_impl.hpp"
 
 #include <memory>
+#include <utility>
 
 namespace install::product_impl {
 
@@ -76,11 +77,12 @@ std::vector<AltDependency> ProductImpl::convertToInstallerAltDependencies(const 
     const auto& records = model->getAltDependencies();
     std::vector<AltDependency> dependencies;
     dependencies.reserve(records.size());
-    for (const auto& record : records)
-        dependencies.push_back(
-            AltDependency{ustring_to_utf8(record.field1), ustring_to_utf8(record.field2),
-                          ustring_to_utf8(record.field3), ustring_to_utf8(record.field4),
-                          ustring_to_utf8(record.field5)});
+    for (const auto& record : records) {
+        AltDependency dependency{ustring_to_utf8(record.field1), ustring_to_utf8(record.field2),
+                                 ustring_to_utf8(record.field3), ustring_to_utf8(record.field4),
+                                 ustring_to_utf8(record.field5)};
+        dependencies.push_back(std::move(dependency));
+    }
     return dependencies;
 }
 

@@ -10,11 +10,9 @@ parse_result parse_array_elements(ValueVector& out, Iterator& pos, const Iterato
     constexpr Brackets brackets = {'[', ']', parse_no_array_open, parse_bad_array_separator};
     ValueVector elements;
     const auto read_element = [&] {
-        Value element;
-        const parse_result result = parse_value(element, pos, end, allow_comments, depth + 1);
-        if (result == parse_ok)
-            elements.push_back(std::move(element));
-        return result;
+        if (elements.capacity() == 0)
+            elements.reserve(4); // rather than to grow from one
+        return parse_value(elements.emplace_back(), pos, end, allow_comments, depth + 1);
     };
     const parse_result result =
         read_bracketed_list(brackets, pos, end, allow_comments, depth, read_element);

@@ -41,12 +41,14 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
         std::string key;
         if (const parse_result result = read_key(key, pos, end, allow_comments); result != parse_ok)
             return result;
-        Value value;
-        const parse_result result = read_value(key, value);
-        // The first occurrence of a key wins; a later one has been read in full and is dropped.
-        if (result == parse_ok)
-            members.try_emplace(std::move(key), std::move(value));
-        return result;
+        // Keys come sorted from our own writer: the end of the map is where most of them belong.
+        const std::size_t former_size = members.size();
+        const auto member = members.try_emplace(members.end(), std::move(key));
+        if (members.size() > former_size)
+            return read_value(member->first, member->second);
+        // The first occurrence of a key wins; a later one is read in full and dropped.
+        Value dropped;
+        return read_value(member->first, dropped);
     };
     const parse_result result =
         read_bracketed_list(brackets, pos, end, allow_comments, depth, read_member);

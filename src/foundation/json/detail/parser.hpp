@@ -118,9 +118,16 @@ struct TypedState {
 
 // Whitespace (whitespace.cpp).
 
+void skip_all_whitespace(Iterator& pos, const Iterator& end, bool allow_comments);
+
 // Moves `pos` to the first byte that is no whitespace, or to `end`. A comment that is not closed
 // runs to `end`; a slash that opens no comment is not skipped.
-void skip_whitespace(Iterator& pos, const Iterator& end, bool allow_comments);
+inline void skip_whitespace(Iterator& pos, const Iterator& end, bool allow_comments) {
+    // In what our own writer leaves there is none.
+    if (pos != end && *pos > ' ' && *pos != '/')
+        return;
+    skip_all_whitespace(pos, end, allow_comments);
+}
 
 // A char is widened with its sign, so that bytes from 0x80 up are beyond ASCII.
 [[nodiscard]] inline bool is_digit(char byte) noexcept {

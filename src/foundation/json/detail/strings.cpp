@@ -1,8 +1,9 @@
+#include "foundation/json/detail/byte_runs.hpp"
 #include "foundation/json/detail/parser.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 namespace foundation::json::detail {
@@ -102,10 +103,10 @@ parse_result read_escape(std::string& text, Iterator& pos, const Iterator& end) 
 
 // Most of a text is plain bytes, which are worth taking a run at a time.
 void read_plain_bytes(std::string& text, Iterator& pos, const Iterator& end) {
-    const Iterator run_end =
-        std::find_if(pos, end, [](char byte) { return byte == '"' || byte == '\\'; });
-    text.append(pos, run_end);
-    pos = run_end;
+    const char* const first = std::to_address(pos);
+    const char* const run_end = find_quote_or_backslash(first, first + (end - pos));
+    text.append(first, run_end);
+    pos += run_end - first;
 }
 
 } // namespace

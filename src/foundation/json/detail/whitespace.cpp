@@ -41,7 +41,7 @@ bool skip_comment(Iterator& pos, const Iterator& end) {
 
 } // namespace
 
-void skip_whitespace(Iterator& pos, const Iterator& end, bool allow_comments) {
+void skip_all_whitespace(Iterator& pos, const Iterator& end, bool allow_comments) {
     do
         skip_spaces(pos, end);
     while (allow_comments && skip_comment(pos, end));
