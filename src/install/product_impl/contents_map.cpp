@@ -5,8 +5,8 @@
 #include "fl/i18n/text_conversion.hpp"
 #include "foundation/json/serialize.hpp"
 #include "install/product_impl/product_impl.hpp"
+#include "install/product_impl/utils/entry_replacement.hpp"
 #include "install/product_impl/utils/files.hpp"
-#include "install/product_impl/utils/json_file.hpp"
 #include "install/product_impl/utils/paths.hpp"
 
 #include <utility>
@@ -49,11 +49,9 @@ void ProductImpl::createContentsMap(const ustring& installRoot, const ustring& f
 void ProductImpl::addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                         const std::vector<std::string>& platforms,
                                         const std::string& locale) const {
-    ValueMap entries = utils::getJsonObjFromFile(filePath);
-    std::string key = entry_key(name_, version_);
-    Value paths(getRelativeXmlPaths(installRoot, platforms, locale));
-    entries.insert_or_assign(std::move(key), std::move(paths));
-    utils::writeFile(filePath, foundation::json::serialize(Value(std::move(entries))));
+    utils::replace_entry(
+        filePath, [&] { return entry_key(name_, version_); },
+        [&] { return Value(getRelativeXmlPaths(installRoot, platforms, locale)); });
 }
 
 ValueVector ProductImpl::getRelativeXmlPaths(const ustring& installRoot,

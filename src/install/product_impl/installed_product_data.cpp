@@ -5,8 +5,8 @@
 #include "fl/i18n/text_conversion.hpp"
 #include "foundation/json/serialize.hpp"
 #include "install/product_impl/product_impl.hpp"
+#include "install/product_impl/utils/entry_replacement.hpp"
 #include "install/product_impl/utils/files.hpp"
-#include "install/product_impl/utils/json_file.hpp"
 #include "install/product_impl/utils/paths.hpp"
 
 #include <chrono>
@@ -43,10 +43,9 @@ void ProductImpl::createInstalledProdData(const fl::filesystem::path& filePath) 
 }
 
 void ProductImpl::addEntryInInstalledProdData(const fl::filesystem::path& filePath) const {
-    ValueMap entries = utils::getJsonObjFromFile(filePath.text());
-    std::string key = fl::i18n::ustring_to_utf8(basecode_);
-    entries.insert_or_assign(std::move(key), Value(now_in_milliseconds()));
-    utils::writeFile(filePath.text(), foundation::json::serialize(Value(std::move(entries))));
+    utils::replace_entry(
+        filePath.text(), [&] { return fl::i18n::ustring_to_utf8(basecode_); },
+        [] { return Value(now_in_milliseconds()); });
 }
 
 } // namespace install::product_impl

@@ -2,6 +2,7 @@
 
 #include "foundation/json/detail/parse_value.hpp"
 #include "install/product_impl/utils/files.hpp"
+#include "install/product_impl/utils/object_in_text.hpp"
 
 #include <string>
 #include <utility>
@@ -11,15 +12,16 @@ namespace install::product_impl::utils {
 using foundation::json::Value;
 using foundation::json::ValueMap;
 
-ValueMap getJsonObjFromFile(const ustring& path) {
+ValueMap object_in_text(const std::string& text) {
     Value document;
-    {
-        const std::string text = readFile(path);
-        auto pos = text.begin();
-        // The result is of no interest: a failure leaves the document undefined, and get() raises.
-        static_cast<void>(foundation::json::detail::parse_value(document, pos, text.end(), false));
-    }
+    auto pos = text.begin();
+    // The result is of no interest: a failure leaves the document undefined, and get() raises.
+    static_cast<void>(foundation::json::detail::parse_value(document, pos, text.end(), false));
     return std::move(document.get<ValueMap>());
+}
+
+ValueMap getJsonObjFromFile(const ustring& path) {
+    return object_in_text(readFile(path));
 }
 
 } // namespace install::product_impl::utils
