@@ -9,10 +9,23 @@
 
 namespace install::product_impl::utils {
 
+namespace {
+
+// How many bytes there are to read, as far as the file can tell.
+std::size_t size_hint(std::filebuf& file) {
+    constexpr std::streamoff implausible = std::streamoff(1) << 32U; // what a directory says
+    const std::streamoff size = file.pubseekoff(0, std::ios_base::end, std::ios_base::in);
+    file.pubseekoff(0, std::ios_base::beg, std::ios_base::in);
+    return size > 0 && size < implausible ? static_cast<std::size_t>(size) : 0;
+}
+
+} // namespace
+
 std::string read_to_end(fl::filesystem::basic_ifstream<char>& file) {
     std::string text;
-    // A buffer at a time. Filling it is left to peek(), because the buffer itself raises on an
-    // error of reading (a directory, a broken disk), where the stream only takes note of it.
+    text.reserve(size_hint(*file.rdbuf()));
+    // A buffer at a time. Filling it is left to peek(), because the buffer itself raises on an error
+    // of reading (a directory, a broken disk), where the stream only takes note of it.
     while (file.peek() != std::char_traits<char>::eof()) {
         const auto available = static_cast<std::size_t>(file.rdbuf()->in_avail());
         const std::size_t size = text.size();
@@ -23,7 +36,8 @@ std::string read_to_end(fl::filesystem::basic_ifstream<char>& file) {
 }
 
 std::string readFile(const ustring& path) {
-    fl::filesystem::basic_ifstream<char> file(path);
+    std::array<char, read_buffer_size> buffer;
+    fl::filesystem::basic_ifstream<char> file(path, buffer.data(), buffer.size());
     return read_to_end(file);
 }
 

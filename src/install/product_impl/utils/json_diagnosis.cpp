@@ -6,6 +6,7 @@
 #include "install/product_impl/utils/read_to_end.hpp"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <string_view>
 #include <utility>
@@ -71,7 +72,8 @@ JsonFileDiagnosis diagnoseJsonFile(const ustring& path) {
     } catch (const std::filesystem::filesystem_error& error) {
         return diagnosis(State::unreadable, error.what());
     }
-    fl::filesystem::basic_ifstream<char> file(path);
+    std::array<char, read_buffer_size> buffer;
+    fl::filesystem::basic_ifstream<char> file(path, buffer.data(), buffer.size());
     if (!file.is_open())
         return diagnosis(State::unreadable, "The file cannot be opened.");
     const std::string text = read_to_end(file);
