@@ -18,6 +18,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace foundation::json::detail {
 
@@ -27,7 +28,9 @@ namespace foundation::json::detail {
                                        bool allow_comments, int depth);
 
 // Moves `source` into `target`; takes no memory and cannot fail.
-void store_value(Value& target, Value& source) noexcept;
+inline void store_value(Value& target, Value& source) noexcept {
+    target = std::move(source);
+}
 
 // Literals (literals.cpp).
 

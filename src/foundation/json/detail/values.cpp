@@ -1,7 +1,5 @@
 #include "foundation/json/detail/parser.hpp"
 
-#include <utility>
-
 namespace foundation::json::detail {
 
 namespace {
@@ -54,10 +52,6 @@ parse_result parse_value(Value& out, Iterator& pos, const Iterator& end, bool al
 
 parse_result parse_value(Value& out, Iterator& pos, const Iterator& end, bool allow_comments) {
     return parse_value(out, pos, end, allow_comments, 0);
-}
-
-void store_value(Value& target, Value& source) noexcept {
-    target = std::move(source);
 }
 
 } // namespace foundation::json::detail
