@@ -1,6 +1,15 @@
 # What all libraries of the project have in common.
 
+include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
+
+# Beside installed siblings stand their own headers, which count, and not what include/ holds of them.
+# There a library of ours gets a folder with just the headers that it installs itself.
+if(KX_SIBLINGS STREQUAL "system")
+  set(kx_include_directory "${PROJECT_BINARY_DIR}/include")
+else()
+  set(kx_include_directory "${PROJECT_SOURCE_DIR}/include")
+endif()
 
 # Language level and warnings for code of our own. Warnings are private: who links a library of ours
 # keeps the flags he had. Whether they are errors is decided by CMAKE_COMPILE_WARNING_AS_ERROR, which
@@ -17,19 +26,90 @@ function(kx_compile_options target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  target_include_directories(${target} PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 endfunction()
 
-# A shared library libkx<name>, reached as kx::<name>.
+# A shared library libkx<name>, reached as kx::<name> here and wherever it is installed:
+#
+#     kx_add_library(<name>
+#       PART <library|siblings>       whether it is the library itself or stands in for a sibling
+#       DESCRIPTION <one line>
+#       SOURCES <source>...
+#       HEADERS <header>...           what it installs, below include/
+#       [REQUIRES <name>...]          libraries of ours that its headers include
+#       [FINDS <package and version>] the package of others that its headers include
+#     )
 function(kx_add_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "PART;DESCRIPTION;FINDS" "SOURCES;HEADERS;REQUIRES")
   set(target kx${name})
-  add_library(${target} SHARED ${ARGN})
+  add_library(${target} SHARED ${arg_SOURCES})
   add_library(kx::${name} ALIAS ${target})
   kx_compile_options(${target})
+  kx_export_our_names_only(${target})
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR})
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    # The libraries lie side by side, wherever somebody moves them to.
+    INSTALL_RPATH "$ORIGIN")
+
+  if(KX_SIBLINGS STREQUAL "system")
+    foreach(header IN LISTS arg_HEADERS)
+      configure_file("${PROJECT_SOURCE_DIR}/include/${header}" "${kx_include_directory}/${header}"
+        COPYONLY)
+    endforeach()
+  endif()
+  list(TRANSFORM arg_HEADERS PREPEND "${kx_include_directory}/")
+  target_sources(${target} PUBLIC
+    FILE_SET HEADERS BASE_DIRS "${kx_include_directory}" FILES ${arg_HEADERS})
+
+  list(TRANSFORM arg_REQUIRES PREPEND kx:: OUTPUT_VARIABLE libraries)
+  target_link_libraries(${target} PUBLIC ${libraries})
+
+  kx_install_library(${target} "${arg_PART}" "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
+endfunction()
+
+# Hidden visibility does not reach what the compiler instantiates of the standard library. Exported,
+# it would be part of our binary interface, and some of it would keep the library from being
+# unloaded.
+function(kx_export_our_names_only target)
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    set(names "${PROJECT_SOURCE_DIR}/cmake/exported_names.map")
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${names}")
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS "${names}")
+  endif()
+endfunction()
+
+# The installed library with its headers, and how CMake and pkg-config find it. Nothing of it names a
+# folder of this machine, so that the prefix can be moved.
+function(kx_install_library target part description requires finds)
+  install(TARGETS ${target} EXPORT ${target}Targets
+    LIBRARY COMPONENT ${part}_runtime NAMELINK_COMPONENT ${part}_development
+    FILE_SET HEADERS COMPONENT ${part}_development)
+
+  set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/${target}")
+  install(EXPORT ${target}Targets NAMESPACE kx:: DESTINATION "${package_directory}"
+    COMPONENT ${part}_development)
+
+  set(find_dependencies "")
+  foreach(name IN LISTS requires)
+    string(APPEND find_dependencies
+      "find_dependency(kx${name} CONFIG HINTS \"\${CMAKE_CURRENT_LIST_DIR}/../kx${name}\")\n")
+  endforeach()
+  if(finds)
+    string(APPEND find_dependencies "find_dependency(${finds})\n")
+  endif()
+  set(generated "${CMAKE_CURRENT_BINARY_DIR}/${target}")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/package_config.cmake.in"
+    "${generated}Config.cmake" @ONLY)
+  write_basic_package_version_file("${generated}ConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+  install(FILES "${generated}Config.cmake" "${generated}ConfigVersion.cmake"
+    DESTINATION "${package_directory}" COMPONENT ${part}_development)
+
+  set(pc_directory "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  file(RELATIVE_PATH prefix_from_pc "/${pc_directory}" "/")
+  list(TRANSFORM requires PREPEND kx)
+  list(JOIN requires " " pc_requires)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/pkg_config.pc.in" "${generated}.pc" @ONLY)
+  install(FILES "${generated}.pc" DESTINATION "${pc_directory}" COMPONENT ${part}_development)
 endfunction()
