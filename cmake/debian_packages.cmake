@@ -30,18 +30,15 @@ set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME libkxinstall-product-impl-doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
+# What each package holds, and the components of the install rules that go into it.
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "The shared libraries.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "The headers, and what compilers, CMake, pkg-config and gdb need.")
+set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION
+  "The reference, examples, and JSON schemas of the files in an install tree.")
+set(CPACK_COMPONENT_DOCUMENTATION_GROUP documentation)
+foreach(part IN ITEMS LIBRARY SIBLINGS)
+  set(CPACK_COMPONENT_${part}_RUNTIME_GROUP runtime)
+  set(CPACK_COMPONENT_${part}_DEVELOPMENT_GROUP development)
+endforeach()
+
 include(CPack)
-include(CPackComponent)
-
-function(kx_add_package group summary)
-  cpack_add_component_group(${group} DESCRIPTION "${PROJECT_DESCRIPTION}\n ${summary}")
-  foreach(component IN LISTS ARGN)
-    cpack_add_component(${component} GROUP ${group})
-  endforeach()
-endfunction()
-
-kx_add_package(runtime "The shared libraries." library_runtime siblings_runtime)
-kx_add_package(development "Headers, and what CMake, pkg-config and gdb need."
-  library_development siblings_development)
-kx_add_package(documentation "The reference, the examples, and JSON schemas of the files of an install tree."
-  documentation)
