@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <string>
 
 #include <pthread.h>
@@ -47,6 +49,8 @@ Reading read(const std::string& text, bool allow_comments, const std::string& op
         reading.code = parse_array(reading.out, pos, end, allow_comments);
     else if (operation == "object")
         reading.code = parse_object(reading.out, pos, end, allow_comments);
+    else if (std::string element; operation == "string_element")
+        reading.code = read_string_element(element, pos, end);
     else if (operation == "whitespace")
         skip_whitespace(pos, end, allow_comments);
     else
@@ -238,6 +242,35 @@ TEST(Describe, HasASentenceOfItsOwnForEveryCode) {
     // 0 to 21 without the four that are not assigned, and one sentence for all that are no code.
     EXPECT_EQ(sentences.size(), 22U - 4 + 1);
     EXPECT_EQ(describe(-1), describe(9));
+}
+
+// Samples with what they are read as, or their fault; with what is written of them; and all codes.
+TEST(Dialect, IsAsItsPageTells) {
+    std::ostringstream header;
+    header << std::ifstream(KX_DOCS "/../include/foundation/json/detail/parse_value.hpp").rdbuf();
+    std::set<parse_result> listed;
+    for (auto& row : test::read_markdown(KX_DOCS "/json-dialect.md")) {
+        SCOPED_TRACE(row["Text"]);
+        const std::string operation = row.contains("Operation") ? row["Operation"] : "parse_value";
+        const Reading reading = read(row["Text"], row["Comments"] == "allowed",
+                                     operation.substr(operation.find('_') + 1));
+        if (row.contains("Written")) {
+            EXPECT_EQ(serialize(reading.out), row["Written"]);
+            continue;
+        }
+        EXPECT_EQ(std::to_string(reading.code), row["Code"]);
+        EXPECT_EQ(std::to_string(reading.stop), row["Offset"]);
+        if (row.contains("Value")) {
+            EXPECT_EQ(reading.code == parse_ok ? test::dump(reading.out) : "", row["Value"]);
+        } else {
+            EXPECT_EQ(describe(reading.code), row["Sentence"]);
+            const std::string enumerator = " " + row["Name"] + " = " + row["Code"] + ",";
+            EXPECT_NE(header.str().find(enumerator), std::string::npos) << enumerator;
+            listed.insert(reading.code);
+        }
+    }
+    for (parse_result code = -1; code < 100; ++code)
+        EXPECT_EQ(listed.contains(code), std::string(describe(code)) != describe(-1)) << code;
 }
 
 } // namespace
