@@ -1,8 +1,9 @@
-// The standard file streams, opened on a path in UTF-16.
-//
-// They report as the standard streams do: by their state. A file that cannot be opened leaves
-// failbit set and no file attached. Only a path without a native name raises, before anything is
-// opened: see detail::make_native_access_form_with_cleanup_i18n.
+/// \file
+/// The standard file streams, opened on a path in UTF-16.
+///
+/// They report as the standard streams do: by their state. A file that cannot be opened leaves
+/// failbit set and no file attached. Only a path without a native name raises, before anything is
+/// opened: see fl::filesystem::detail::make_native_access_form_with_cleanup_i18n.
 
 #pragma once
 
@@ -15,6 +16,8 @@
 #include <ios>
 #include <string>
 
+/// \namespace kxboost
+/// The name by which the installer knows Boost.
 namespace kxboost = boost;
 
 namespace fl::filesystem {
@@ -24,6 +27,7 @@ template <class CharT, class Traits = std::char_traits<CharT>>
 class basic_ifstream : private kxboost::noncopyable_::noncopyable,
                        public std::basic_ifstream<CharT, Traits> {
 public:
+    /// Opens the file at `pathname`; is_open() tells whether that went well.
     explicit basic_ifstream(const ustring& pathname)
         : basic_ifstream(detail::make_native_access_form_with_cleanup_i18n(pathname)) {}
 
@@ -49,6 +53,8 @@ template <class CharT, class Traits = std::char_traits<CharT>>
 class basic_ofstream : private kxboost::noncopyable_::noncopyable,
                        public std::basic_ofstream<CharT, Traits> {
 public:
+    /// Opens the file at `pathname`; is_open() tells whether that went well. Where `mode` neither
+    /// appends nor reads, the file is created or cut to nothing.
     basic_ofstream(const ustring& pathname, std::ios_base::openmode mode)
         : basic_ofstream(detail::make_native_access_form_with_cleanup_i18n(pathname), mode) {}
 

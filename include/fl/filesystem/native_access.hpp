@@ -1,4 +1,5 @@
-// From a pathname to the narrow name that the platform's calls take.
+/// \file
+/// From a pathname to the narrow name that the platform's calls take.
 
 #pragma once
 
@@ -7,6 +8,7 @@
 
 #include <string>
 
+/// What paths and streams are built on. It works on the texts of paths.
 namespace fl::filesystem::detail {
 
 /// Gives `path` as fopen takes it: UTF-8 on POSIX. Raises std::invalid_argument where `path` holds

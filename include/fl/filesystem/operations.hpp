@@ -1,7 +1,8 @@
-// Questions to the file system, and directories.
-//
-// Every operation raises what detail::make_native_access_form_with_cleanup_i18n raises for a path
-// that has no native name.
+/// \file
+/// Questions to the file system, and directories.
+///
+/// Every operation raises what fl::filesystem::detail::make_native_access_form_with_cleanup_i18n
+/// raises for a path that has no native name.
 
 #pragma once
 
@@ -14,6 +15,7 @@ namespace fl::filesystem {
 /// True if something is at `pathname`, links followed; false only if nothing is there. What could
 /// not be looked at is neither: std::filesystem::filesystem_error, with the path.
 [[nodiscard]] KX_EXPORT bool exists(const ustring& pathname);
+/// \overload
 [[nodiscard]] KX_EXPORT bool exists(const path& pathname);
 
 /// Makes the directory `pathname` with all its missing parents; one that is there stays as it is,

@@ -1,10 +1,12 @@
-// Pathnames in UTF-16. Nothing here touches a file.
+/// \file
+/// Pathnames in UTF-16. Nothing here touches a file.
 
 #pragma once
 
 #include "fl/export.hpp"
 #include "fl/i18n/ustring.hpp"
 
+/// Paths in UTF-16, directories, and streams on files.
 namespace fl::filesystem {
 
 namespace detail {
@@ -23,19 +25,23 @@ KX_EXPORT void concatenate_pathname(ustring& path, const ustring& element, bool 
 /// below it is the root; a path without a separator has an empty parent.
 [[nodiscard]] KX_EXPORT ustring extract_parent_path(const ustring& path);
 
+/// The type that a path keeps its text in. It is the same whatever the characters are.
 template <class NarrowChar, class WideChar>
 struct path_traits {
-    using text_type = ustring;
+    using text_type = ustring; ///< UTF-16
 };
 
 } // namespace detail
 
 /// A pathname: its text, and a flag that tells the path services to keep to the native form.
+/// `Traits` gives the type of the text, `WideChar` the character of a null-terminated element; the
+/// narrow character only tells types of paths apart.
 template <class NarrowChar, class WideChar, class Traits>
 class basic_path {
 public:
-    using text_type = typename Traits::text_type;
+    using text_type = typename Traits::text_type; ///< what text() gives and elements are made of
 
+    /// An empty path, as an empty text gives it.
     basic_path() = default;
 
     /// A path of the native form of `text`; an empty text gives an empty path.
@@ -65,6 +71,7 @@ private:
     bool native_ = true;
 };
 
+/// The one kind of path that the installer has.
 using path = basic_path<char, char16_t, detail::path_traits<char, char16_t>>;
 
 } // namespace fl::filesystem

@@ -1,10 +1,12 @@
-// Classification of ASCII characters, independent of any locale.
-//
-// The argument is a char that was widened with its sign: bytes from 0x80 up arrive far above the
-// ASCII range and belong to no class. Inline, since the JSON reader asks for every byte.
+/// \file
+/// Classification of ASCII characters, independent of any locale.
+///
+/// The argument is a char that was widened with its sign: bytes from 0x80 up arrive far above the
+/// ASCII range and belong to no class. Inline, since the JSON reader asks for every byte.
 
 #pragma once
 
+/// Classes of ASCII characters.
 namespace fl::i18n::lcctype {
 
 /// True for 0 to 9.

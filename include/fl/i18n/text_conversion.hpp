@@ -1,7 +1,8 @@
-// Conversion between the two encodings of the installer: UTF-16 in its texts, UTF-8 in its files.
-//
-// Both directions are strict. A replacement character in a path or a key would be a silent loss, so
-// that ill-formed text raises instead.
+/// \file
+/// Conversion between the two encodings of the installer: UTF-16 in its texts, UTF-8 in its files.
+///
+/// Both directions are strict. A replacement character in a path or a key would be a silent loss,
+/// so that ill-formed text raises instead.
 
 #pragma once
 
@@ -12,12 +13,16 @@
 #include <stdexcept>
 #include <string>
 
+/// Texts: their conversion, and the classes of their characters.
 namespace fl::i18n {
 
 /// A text that is not well-formed in its encoding. what() names the encoding and the offset.
 class KX_EXPORT conversion_error : public std::runtime_error {
 public:
+    /// The fault at `offset`, in code units, of a text that was to be in `encoding`.
     conversion_error(const std::string& encoding, std::size_t offset);
+
+    /// Defined in the library, which makes the type one and the same for all who catch it.
     ~conversion_error() override;
 
     /// Where the first fault begins, in code units of the text that was to be converted: bytes of

@@ -1,4 +1,5 @@
-// The JSON text of a value.
+/// \file
+/// The JSON text of a value.
 
 #pragma once
 

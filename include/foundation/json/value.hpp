@@ -1,11 +1,5 @@
-// A JSON value in memory.
-//
-// A Value holds one of ten alternatives (foundation/json/traits.hpp) and says by its tag which. It
-// has value semantics: every node of a tree has one owner, and a copy is deep. Nothing converts: a
-// getter gives the alternative that is held, or raises.
-//
-// Copying, assigning and destroying a tree recurse over its depth. The reader bounds the depth of
-// what it reads (max_nesting_depth); who builds deeper trees by hand answers for the stack.
+/// \file
+/// A JSON value in memory.
 
 #pragma once
 
@@ -20,13 +14,22 @@
 
 namespace foundation::json {
 
+/// A JSON value.
+///
+/// It holds one of ten alternatives (foundation/json/traits.hpp) and says by its tag which. It has
+/// value semantics: every node of a tree has one owner, and a copy is deep. Nothing converts: a
+/// getter gives the alternative that is held, or raises. Const operations may run at the same time.
+///
+/// Copying, assigning and destroying a tree recurse over its depth. The reader bounds the depth of
+/// what it reads (detail::max_nesting_depth); who builds deeper trees by hand answers for the
+/// stack.
 class Value {
 public:
     /// Holds Undefined.
     Value() noexcept = default;
 
     /// Holds `content`. The type must be an alternative to the letter: neither an int nor a
-    /// character array quietly becomes something else.
+    /// character array quietly becomes something else. Raises std::bad_alloc for a vector or a map.
     template <Alternative T>
     explicit Value(T content) {
         emplace<T>(std::move(content));
@@ -53,6 +56,7 @@ public:
     /// a part of this value: move it into a Value of its own first.
     Value& operator=(Value&& source) noexcept;
 
+    /// Destroys the tree below, recursing over its depth.
     ~Value() { destroy_content(); }
 
     /// Which alternative is held: its traits<T>::tag, 0 to 9.

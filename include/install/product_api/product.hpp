@@ -1,4 +1,5 @@
-// The product as the installer sees it.
+/// \file
+/// The product as the installer sees it.
 
 #pragma once
 
@@ -16,6 +17,7 @@ namespace install::component_impl {
 class ComponentImpl;
 }
 
+/// Products as the installer sees them.
 namespace install::product_api {
 
 class Product;
@@ -28,6 +30,7 @@ using ComponentMap = std::map<ustring, std::shared_ptr<const component_impl::Com
 
 /// An alternative dependency: five texts in UTF-8, as the product's model gave them.
 struct AltDependency {
+    /// Copies the five texts.
     AltDependency(const std::string& field1, const std::string& field2, const std::string& field3,
                   const std::string& field4, const std::string& field5)
         : altField1(field1),
@@ -36,31 +39,40 @@ struct AltDependency {
           altField4(field4),
           altField5(field5) {}
 
-    std::string altField1;
-    std::string altField2;
-    std::string altField3;
-    std::string altField4;
-    std::string altField5;
+    std::string altField1; ///< field1 of the model
+    std::string altField2; ///< field2 of the model
+    std::string altField3; ///< field3 of the model
+    std::string altField4; ///< field4 of the model
+    std::string altField5; ///< field5 of the model
 };
 
 /// A product: a snapshot that answers questions and can leave itself on disk.
 ///
 /// Getters give values of the caller's own, never references into the object, and fail only with
-/// std::bad_alloc. Const operations may run at the same time; setRequiredProducts must not run
-/// beside any other call on the same object. The order of the virtual operations is part of the
-/// binary interface.
+/// std::bad_alloc, which all other operations may raise too. Texts are those of the product's
+/// model, in UTF-16. What is said to be passed on is interpreted by nobody here. Const operations
+/// may run at the same time; setRequiredProducts must not run beside any other call on the same
+/// object. The order of the virtual operations is part of the binary interface.
 class KX_EXPORT Product {
 public:
+    /// Public and virtual: products are owned through this class.
     virtual ~Product();
 
+    /// The key of the product's entry in the installed record.
     [[nodiscard]] virtual ustring getBasecode() const = 0;
+    /// The first part of the product key, which names files and the entry in the contents map.
     [[nodiscard]] virtual ustring getName() const = 0;
-    /// The product's number, as text.
+    /// The product's number, as text; passed on.
     [[nodiscard]] virtual ustring getNumber() const = 0;
+    /// The product's type, as text; passed on.
     [[nodiscard]] virtual ustring getType() const = 0;
+    /// The second part of the product key.
     [[nodiscard]] virtual ustring getVersion() const = 0;
+    /// The product's release, as text; passed on.
     [[nodiscard]] virtual ustring getRelease() const = 0;
+    /// What the model says of the release; passed on.
     [[nodiscard]] virtual ustring getReleaseDescription() const = 0;
+    /// The model's flag, passed on.
     [[nodiscard]] virtual bool isControlling() const = 0;
     /// The model's installed date, bit for bit; no clock and no file is asked.
     [[nodiscard]] virtual std::int64_t getInstalledDate() const = 0;
@@ -70,7 +82,8 @@ public:
     [[nodiscard]] virtual RequiredProductMap getRequiredProducts() const = 0;
     /// The basecodes that the model listed, in its order. Never compared with getRequiredProducts.
     [[nodiscard]] virtual std::vector<ustring> getRequiredProductsBasecodes() const = 0;
-    /// Replaces the required products as a whole, and gives up the share in the former ones.
+    /// Replaces the required products as a whole, and gives up the share in the former ones. Which
+    /// ones are held after std::bad_alloc is open.
     virtual void setRequiredProducts(const RequiredProductMap& products) = 0;
     /// The directly required components, shared, not cloned.
     [[nodiscard]] virtual ComponentMap getComponents() const = 0;
@@ -94,11 +107,15 @@ public:
     virtual void writeXml(const ustring& installRoot, const std::vector<std::string>& platforms,
                           const std::vector<std::string>& locales) const = 0;
 
+    /// The model's alternative dependencies in its order, in UTF-8.
     [[nodiscard]] virtual std::vector<AltDependency> getAltDependencies() const = 0;
 
 protected:
+    /// For derived classes, like the copies: nobody copies a product without knowing its class.
     Product() = default;
+    /// Copies nothing, as there is no state here.
     Product(const Product&) = default;
+    /// Copies nothing either.
     Product& operator=(const Product&) = default;
 };
 

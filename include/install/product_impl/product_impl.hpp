@@ -1,4 +1,5 @@
-// The product object: built from a model once, constant from then on but for its required products.
+/// \file
+/// The product object.
 
 #pragma once
 
@@ -15,6 +16,7 @@
 #include <string>
 #include <vector>
 
+/// The product, and what it leaves on disk.
 namespace install::product_impl {
 
 using product_api::AltDependency;
@@ -25,6 +27,8 @@ using product_api::RequiredProductMap;
 /// byte.
 using XmlMap = std::map<std::string, std::string>;
 
+/// The product object: built from a model once, constant from then on but for its required
+/// products.
 class KX_EXPORT ProductImpl : public product_api::Product {
 public:
     /// Copies what it needs out of `model` and keeps no reference to it. Of several documents for
@@ -33,8 +37,11 @@ public:
     /// Raises std::bad_alloc, fl::i18n::conversion_error where the tag or text of a document or an
     /// alternative dependency is ill-formed UTF-16, and whatever making a component raises.
     explicit ProductImpl(const datamodels::transitive_closure::Product& model);
+    /// Products are shared, not copied: see product_api::RequiredProductMap.
     ProductImpl(const ProductImpl&) = delete;
+    /// What a product was built from stays.
     ProductImpl& operator=(const ProductImpl&) = delete;
+    /// Gives up the shares in components and required products.
     ~ProductImpl() override;
 
     [[nodiscard]] ustring getBasecode() const override;
@@ -49,6 +56,7 @@ public:
     [[nodiscard]] std::set<ustring> getPlatforms() const override;
     [[nodiscard]] RequiredProductMap getRequiredProducts() const override;
     [[nodiscard]] std::vector<ustring> getRequiredProductsBasecodes() const override;
+    /// \copydoc product_api::Product::setRequiredProducts
     void setRequiredProducts(const RequiredProductMap& products) override;
     [[nodiscard]] ComponentMap getComponents() const override;
     void serialize(const ustring& installRoot, const std::vector<std::string>& platforms,
@@ -59,22 +67,34 @@ public:
 
     /// \name Conversions
     /// Each reads one part of `model`, uses nothing of this object, and gives a finished container.
+    /// The constructor is made of them, and raises what they raise.
     /// @{
+
+    /// The basecodes of the products that `model` requires, in the order of its keys.
     [[nodiscard]] std::vector<ustring> convertToInstallerRequiredProductsBasecodes(
         const datamodels::transitive_closure::Product& model);
+
+    /// An object for each component, by its own key. Of several with one key, the first counts; the
+    /// others are made too, so that one which cannot be made never goes unnoticed.
     [[nodiscard]] ComponentMap
     convertToInstallerComponents(const datamodels::transitive_closure::Product& model);
+
+    /// The documents by platform, both in UTF-8. Of several for one platform, the first counts.
     [[nodiscard]] XmlMap
     converToInstallerPlatformXmls(const datamodels::transitive_closure::Product& model);
+
+    /// The documents by locale, likewise.
     [[nodiscard]] XmlMap
     converToInstallerLocaleXmls(const datamodels::transitive_closure::Product& model);
+
+    /// The alternative dependencies in their order, in UTF-8.
     [[nodiscard]] std::vector<AltDependency>
     convertToInstallerAltDependencies(const datamodels::transitive_closure::Product& model);
     /// @}
 
-    /// Whether the product has a document for this platform, or this locale; the document may be
-    /// empty.
+    /// Whether the product has a document for this platform; the document may be empty.
     [[nodiscard]] bool shouldWritePlatformXml(const std::string& platform) const;
+    /// The same for a locale.
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
     /// \name Stages of serialize
@@ -90,6 +110,7 @@ public:
     /// "map::at:  key not found", the directory being made by then, where there is no such
     /// document.
     void writePlatformXml(const ustring& installRoot, const std::string& platform) const;
+    /// The same with a document for a locale.
     void writeLocaleXml(const ustring& installRoot, const std::string& locale) const;
 
     /// Creates the contents map, or replaces this product's entry in it.

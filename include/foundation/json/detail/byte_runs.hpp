@@ -1,5 +1,6 @@
-// Where a run of plain bytes in a JSON string ends. Reader and writer spend most of their time on
-// such runs, and take them eight bytes at a time.
+/// \file
+/// Where a run of plain bytes in a JSON string ends. Reader and writer spend most of their time on
+/// such runs, and take them eight bytes at a time.
 
 #pragma once
 
@@ -44,7 +45,8 @@ template <class MarkEnds, class EndsRun>
     return first;
 }
 
-/// Gives the first quote or backslash, the only bytes that the reader looks for.
+/// Gives the first quote or backslash from `first` to `last`, and `last` if there is none. They are
+/// the only bytes that the reader looks for.
 [[nodiscard]] inline const char* find_quote_or_backslash(const char* first,
                                                          const char* last) noexcept {
     return find_end_of_run(
@@ -53,7 +55,8 @@ template <class MarkEnds, class EndsRun>
         [](char byte) { return byte == '"' || byte == '\\'; });
 }
 
-/// Gives the first byte that the writer must escape.
+/// Gives the first byte that the writer must escape, and `last` if there is none: a quote, a
+/// backslash, or a byte below 0x20.
 [[nodiscard]] inline const char* find_byte_to_escape(const char* first, const char* last) noexcept {
     return find_end_of_run(
         first, last,

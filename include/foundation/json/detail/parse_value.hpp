@@ -1,9 +1,10 @@
-// The entry of the JSON reader, its result codes and their texts.
-//
-// The reader is a recursive-descent parser over the bytes of a std::string. Bad input is told by a
-// result code and the position where reading stopped, never by an exception; only exhausted memory
-// raises (std::bad_alloc, std::length_error). It keeps nothing that points into the text, and no
-// state between calls: any number of threads may read different texts.
+/// \file
+/// The entry of the JSON reader, its result codes and their texts.
+///
+/// The reader is a recursive-descent parser over the bytes of a std::string. Bad input is told by a
+/// result code and the position where reading stopped, never by an exception; only exhausted memory
+/// raises (std::bad_alloc, std::length_error). It keeps nothing that points into the text, and no
+/// state between calls: any number of threads may read different texts.
 
 #pragma once
 
@@ -11,6 +12,7 @@
 #include "foundation/json/detail/text_services.hpp"
 #include "foundation/json/value.hpp"
 
+/// The reader, and what it shares with the writer.
 namespace foundation::json::detail {
 
 /// 0 for success, otherwise one of the codes below. Each has a sentence: see describe().
@@ -19,24 +21,24 @@ using parse_result = int;
 /// Beside each code a text that provokes it. "(inside)" marks codes by which the parts of the
 /// reader talk to each other and which parse_value never returns.
 enum parse_code : parse_result {
-    parse_ok = 0,
-    parse_bad_null = 1,              ///< (inside) nulx
-    parse_bad_boolean = 2,           ///< (inside) falsx
-    parse_bad_unicode_escape = 5,    ///< "\u12G4"
-    parse_bad_escape = 6,            ///< "\q"
+    parse_ok = 0,                    ///< the value was read
+    parse_bad_null = 1,              ///< (inside) `nulx`
+    parse_bad_boolean = 2,           ///< (inside) `falsx`
+    parse_bad_unicode_escape = 5,    ///< `"\u12G4"`
+    parse_bad_escape = 6,            ///< `"\q"`
     parse_string_end = 7,            ///< (inside) the closing quote was reached
-    parse_no_opening_quote = 8,      ///< x, and whatever else begins no value
-    parse_bad_number = 11,           ///< -x
-    parse_bad_fraction = 12,         ///< 1.x
-    parse_bad_exponent = 13,         ///< 1ex
-    parse_no_array_open = 14,        ///< {"kxtype":"int8","kxdata":5}
-    parse_bad_array_separator = 15,  ///< [1 2]
+    parse_no_opening_quote = 8,      ///< `x`, and whatever else begins no value
+    parse_bad_number = 11,           ///< `-x`
+    parse_bad_fraction = 12,         ///< `1.x`
+    parse_bad_exponent = 13,         ///< `1ex`
+    parse_no_array_open = 14,        ///< `{"kxtype":"int8","kxdata":5}`
+    parse_bad_array_separator = 15,  ///< `[1 2]`
     parse_no_object_open = 16,       ///< (inside) the value is no object
-    parse_bad_object_separator = 17, ///< {"a":1 "b":2}
-    parse_no_colon = 18,             ///< {"a" 1}
-    parse_end_of_input = 19,         ///< [1,
-    parse_not_an_integer = 20,       ///< {"kxtype":"int8","kxdata":[1.5]}
-    parse_nesting_too_deep = 21,     ///< 513 times [
+    parse_bad_object_separator = 17, ///< `{"a":1 "b":2}`
+    parse_no_colon = 18,             ///< `{"a" 1}`
+    parse_end_of_input = 19,         ///< `[1,`
+    parse_not_an_integer = 20,       ///< `{"kxtype":"int8","kxdata":[1.5]}`
+    parse_nesting_too_deep = 21,     ///< 513 times `[`
 };
 
 /// So many arrays and objects may be open inside each other; one more is parse_nesting_too_deep.

@@ -1,4 +1,5 @@
-// Small conversions that the JSON reader is built on.
+/// \file
+/// Small conversions that the JSON reader is built on.
 
 #pragma once
 
@@ -8,6 +9,7 @@
 
 namespace foundation::json::detail {
 
+/// A place in the text that is read.
 using Iterator = std::string::const_iterator;
 
 /// Gives the bytes from `first` up to `last`.

@@ -1,5 +1,6 @@
-// The names of the integer types that the member "kxtype" of a typed numeric value can hold. The
-// width in a name sets no range; only the sign counts. Shared by the reader and the writer.
+/// \file
+/// The names of the integer types that the member "kxtype" of a typed numeric value can hold. The
+/// width in a name sets no range; only the sign counts. Shared by the reader and the writer.
 
 #pragma once
 
@@ -17,7 +18,8 @@ namespace foundation::json::detail {
     return name == "uint64" || name == "uint32" || name == "uint16" || name == "uint8";
 }
 
-/// True for both. Every other name leaves numbers what they are elsewhere: double.
+/// True for the names of all types, signed or not. Every other name leaves numbers what they are
+/// elsewhere: double.
 [[nodiscard]] inline bool is_typed_name(const std::string& name) noexcept {
     return is_signed_typed_name(name) || is_unsigned_typed_name(name);
 }

@@ -1,7 +1,8 @@
-// Files handled whole, as bytes: no encoding, no byte-order mark, no line ends.
-//
-// Reading and writing report no failure; only a path without a native name raises
-// (std::invalid_argument with U+0000 in it, fl::i18n::conversion_error for ill-formed UTF-16).
+/// \file
+/// Files handled whole, as bytes: no encoding, no byte-order mark, no line ends.
+///
+/// Reading and writing report no failure; only a path without a native name raises
+/// (std::invalid_argument with U+0000 in it, fl::i18n::conversion_error for ill-formed UTF-16).
 
 #pragma once
 

@@ -1,4 +1,5 @@
-// What is wrong with a JSON file of an install tree, for those who have to mend it.
+/// \file
+/// What is wrong with a JSON file of an install tree, for those who have to mend it.
 
 #pragma once
 
@@ -13,6 +14,7 @@ namespace install::product_impl::utils {
 
 /// What there is to say of a file that ought to hold a JSON object.
 struct JsonFileDiagnosis {
+    /// How the file was found.
     enum class State {
         missing,    ///< nothing is there
         unreadable, ///< something is there, but cannot be looked at or read to its end
@@ -21,6 +23,7 @@ struct JsonFileDiagnosis {
         object,     ///< all is well
     };
 
+    /// What was found; all that follows depends on it.
     State state = State::missing;
 
     /// The state in one English sentence, in UTF-8.
@@ -30,11 +33,11 @@ struct JsonFileDiagnosis {
     foundation::json::detail::parse_result code = foundation::json::detail::parse_ok;
 
     /// Where reading stopped: the fault of a damaged file, and otherwise the end of the first
-    /// value. In bytes from the beginning, counted from 0; as the line and the byte in it, both
-    /// counted from 1.
+    /// value. In bytes from the beginning, counted from 0.
     std::size_t offset = 0;
-    std::size_t line = 1;
-    std::size_t column = 1;
+
+    std::size_t line = 1;   ///< the line that offset lies in, counted from 1
+    std::size_t column = 1; ///< the byte of that line, counted from 1
 
     /// How many bytes stand behind the first value. The next write to the tree drops them.
     std::size_t ignored_bytes = 0;

@@ -1,4 +1,5 @@
-// The one way from a file to a JSON object.
+/// \file
+/// The one way from a file to a JSON object.
 
 #pragma once
 
