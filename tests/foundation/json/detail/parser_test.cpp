@@ -224,26 +224,6 @@ TEST(ReaderMemory, ThatIsExhaustedWhileDataIsReadAgainLeavesItUndefined) {
     EXPECT_EQ(undefined, 2);
 }
 
-TEST(ReadStringElement, ReadsOneByteOrOneEscapeAtATime) {
-    const std::string text = R"(a\n")";
-    std::string read;
-    auto pos = text.begin();
-    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_ok);
-    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_ok);
-    EXPECT_EQ(read_string_element(read, pos, text.end()), parse_string_end);
-    EXPECT_EQ(read, "a\n");
-    EXPECT_EQ(*pos, '"');
-}
-
-TEST(Describe, HasASentenceOfItsOwnForEveryCode) {
-    std::set<std::string> sentences;
-    for (parse_result code = parse_ok; code <= parse_nesting_too_deep; ++code)
-        sentences.insert(describe(code));
-    // 0 to 21 without the four that are not assigned, and one sentence for all that are no code.
-    EXPECT_EQ(sentences.size(), 22U - 4 + 1);
-    EXPECT_EQ(describe(-1), describe(9));
-}
-
 // Samples with what they are read as, or their fault; with what is written of them; and all codes.
 TEST(Dialect, IsAsItsPageTells) {
     std::ostringstream header;
