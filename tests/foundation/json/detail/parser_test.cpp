@@ -137,7 +137,7 @@ void* handle_deepest_document(void* /*unused*/) {
 }
 
 TEST(Reader, NeedsHalfAMebibyteOfStackAtMost) {
-#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__)
+#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     constexpr std::size_t stack_size = std::size_t(512) * 1024;
 #else
     constexpr std::size_t stack_size = std::size_t(8192) * 1024; // frames are larger in such builds
