@@ -96,7 +96,7 @@ LOCAL_BUFFER_SIZE = 16
 
 
 def units(string, unit_size, limit):
-    """The bytes of no more than `limit` units of a std::basic_string, and whether there are more."""
+    """The bytes of at most `limit` units of a std::basic_string, and whether there are more."""
     data = int(string['_M_dataplus']['_M_p'])
     length = int(string['_M_string_length'])
     # The capacity lies in the place of the local buffer, and counts where that is too small.
@@ -162,8 +162,10 @@ def readable(pointer):
 class ContainerPrinter:
     """An array or object. Its children say all, unless there are none."""
 
-    def __init__(self, holder):
+    def __init__(self, holder, key_type, value_type):
         self.holder = holder  # null in a value that was moved from
+        self.key_type = key_type
+        self.value_type = value_type
 
     def to_string(self):
         """What there is to say in the place of children, or None."""
@@ -185,18 +187,25 @@ class ContainerPrinter:
             yield 'error', bracketed(error)
 
 
+def words(pointer):
+    """What the pointer points to, as pointers. A program that only holds values has no more to tell
+    of the standard containers in them than their names."""
+    return pointer.cast(gdb.lookup_type('void').pointer().pointer())
+
+
 class ArrayPrinter(ContainerPrinter):
-    """A std::vector<Value>, given the pointer to it."""
+    """A std::vector<Value>: pointers to the first element, behind the last, and behind the room for
+    more."""
 
     EMPTY = '[]'
 
     def bounds(self):
         """Pointers to the first element and behind the last."""
-        fields = self.holder['_M_impl']
-        begin, end = fields['_M_start'], fields['_M_finish']
-        if not int(begin) <= int(end) <= int(fields['_M_end_of_storage']):
+        begin, end, end_of_storage = (words(self.holder)[index] for index in range(3))
+        if not int(begin) <= int(end) <= int(end_of_storage):
             raise gdb.error('damaged array')
-        return begin, end
+        elements = self.value_type.pointer()
+        return begin.cast(elements), end.cast(elements)
 
     def is_empty(self):
         """Whether there are no elements."""
@@ -215,52 +224,51 @@ class ArrayPrinter(ContainerPrinter):
         return 'array'
 
 
+# The words of a node in a red-black tree; key and value lie behind them.
+PARENT, LEFT, RIGHT, NODE_SIZE = 1, 2, 3, 4
+
+
 class ObjectPrinter(ContainerPrinter):
-    """A std::map<std::string, Value>, given the pointer to it and the types of key and value."""
+    """A std::map<std::string, Value>: one word of no interest, a node whose left one has the first
+    key, and the number of members."""
 
     EMPTY = '{}'
 
-    def __init__(self, holder, key_type, value_type):
-        super().__init__(holder)
-        self.key_type = key_type
-        self.value_type = value_type
-
-    def tree(self):
-        """The root of the fields of the red-black tree."""
-        return self.holder['_M_t']['_M_impl']
+    def size(self):
+        """The number of members."""
+        return int(words(self.holder)[1 + NODE_SIZE])
 
     def is_empty(self):
         """Whether there are no members."""
-        return int(self.tree()['_M_node_count']) == 0
+        return self.size() == 0
 
     @staticmethod
     def next_node(node):
         """The node with the next key."""
-        if node['_M_right']:
-            node = node['_M_right']
+        if node[RIGHT]:
+            node = words(node[RIGHT])
             for _ in range(MAX_TREE_DEPTH):
-                if not node['_M_left']:
+                if not node[LEFT]:
                     return node
-                node = node['_M_left']
+                node = words(node[LEFT])
         else:
             for _ in range(MAX_TREE_DEPTH):
-                parent = node['_M_parent']
-                if parent['_M_right'] != node:
+                parent = words(node[PARENT])
+                if words(parent[RIGHT]) != node:
                     return parent
                 node = parent
         raise gdb.error('damaged object')
 
     def member(self, node):
         """Key and value, which lie behind the links of the node."""
-        key = (node + 1).cast(self.key_type.pointer())
+        key = (node + NODE_SIZE).cast(self.key_type.pointer())
         value = (key + 1).cast(self.value_type.pointer())
         return utf8_text(key.dereference()), readable(value)
 
     def contents(self):
         """Keys and values by turns."""
-        count = int(self.tree()['_M_node_count'])
-        node = self.tree()['_M_header']['_M_left']
-        for index in range(count):
+        node = words(words(self.holder)[1 + LEFT])
+        for index in range(self.size()):
             key, value = self.member(node)
             yield f'key {index}', key
             yield f'value {index}', value
@@ -299,11 +307,11 @@ def value_printer(value):
     try:
         tag = int(value['tag_'])
         content = value['content_']
+        types = content['string'].type, gdb.types.get_basic_type(value.type)
         if tag == MEMBERS.index('vector'):
-            return ArrayPrinter(content['vector'])
+            return ArrayPrinter(content['vector'], *types)
         if tag == MEMBERS.index('map'):
-            value_type = gdb.types.get_basic_type(value.type)
-            return ObjectPrinter(content['map'], content['string'].type, value_type)
+            return ObjectPrinter(content['map'], *types)
     except gdb.error:
         pass  # the printer of scalars meets the same error and shows it
     return TextPrinter(value, scalar_text)
