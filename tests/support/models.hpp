@@ -6,13 +6,15 @@
 
 namespace test {
 
-/// Sample Tool 2.5, basecode ST: documents for hostpf, otherpf and the locale en.
+/// Sample Tool 2.5, basecode ST: documents for hostpf, where the first of two counts, otherpf and
+/// the locale en.
 inline install::datamodels::transitive_closure::Product sample_model() {
     install::datamodels::transitive_closure::Product model;
     model->basecode = u"ST";
     model->name = u"Sample Tool";
     model->version = u"2.5";
-    model->platformXmls = {{u"hostpf", u"<host/>"}, {u"otherpf", u"<other \u00E4/>"}};
+    model->platformXmls = {
+        {u"hostpf", u"<host/>"}, {u"otherpf", u"<other \u00E4/>"}, {u"hostpf", u"<second/>"}};
     model->localeXmls = {{u"en", u"<en/>"}};
     return model;
 }

@@ -188,14 +188,14 @@ class ContainerPrinter:
 
 
 def words(pointer):
-    """What the pointer points to, as pointers. A program that only holds values has no more to tell
-    of the standard containers in them than their names."""
+    """What the pointer points to, as pointers. A program that only holds values tells no more of
+    the standard containers in them than their names."""
     return pointer.cast(gdb.lookup_type('void').pointer().pointer())
 
 
 class ArrayPrinter(ContainerPrinter):
-    """A std::vector<Value>: pointers to the first element, behind the last, and behind the room for
-    more."""
+    """A std::vector<Value>: pointers to the first element, behind the last, and behind the room
+    for more."""
 
     EMPTY = '[]'
 

@@ -61,40 +61,44 @@ TEST(Files, MakeTheParentDirectory) {
     EXPECT_NE(failure.find(directory.path("file/c")), std::string::npos) << failure;
 }
 
-TEST(JsonFile, GivesTheObjectOrSaysWhatStandsThere) {
-    const test::TemporaryDirectory directory;
-    const auto read = [&](const std::string& name) {
-        std::string members;
-        const std::string failure = test::failure_of<std::runtime_error>([&] {
-            members =
-                test::dump(foundation::json::Value(getJsonObjFromFile(directory.upath(name))));
-        });
-        return failure == "none" ? members : failure;
-    };
-    for (const auto& row : test::read_table("json_files.tsv")) {
-        directory.write("file", row[0]);
-        const std::string failure = "invalid conversion: " + row[1] + " to object";
-        EXPECT_EQ(read("file"), row[1][0] == '{' ? row[1] : failure) << row[0];
-        EXPECT_EQ(directory.content("file"), row[0]);
-    }
-    EXPECT_EQ(read("missing"), "invalid conversion: undefined to object");
-}
-
-TEST(JsonFile, IsDiagnosed) {
+TEST(JsonFile, IsReadAndDiagnosedAsTheTableSays) {
     using State = JsonFileDiagnosis::State;
     const test::TemporaryDirectory directory;
+    const ustring path = directory.upath("file");
+    std::string members;
+    const auto read = [&] {
+        members = test::dump(foundation::json::Value(getJsonObjFromFile(path)));
+    };
+    EXPECT_EQ(test::failure_of(read), "invalid conversion: undefined to object"); // no file
     for (const auto& row : test::read_table("json_files.tsv")) {
+        SCOPED_TRACE(row[0]);
         directory.write("file", row[0]);
-        const JsonFileDiagnosis diagnosis = diagnoseJsonFile(directory.upath("file"));
-        const State otherwise = row[1][0] == '{' ? State::object : State::no_object;
-        EXPECT_EQ(diagnosis.state, row[1] == "undefined" ? State::damaged : otherwise) << row[0];
+        const bool is_object = row[1][0] == '{';
+        EXPECT_EQ(test::failure_of<std::runtime_error>(read),
+                  is_object ? "none" : "invalid conversion: " + row[1] + " to object");
+        EXPECT_TRUE(!is_object || members == row[1]) << members;
+        EXPECT_EQ(directory.content("file"), row[0]);
+
+        const JsonFileDiagnosis diagnosis = diagnoseJsonFile(path);
+        const State otherwise = is_object ? State::object : State::no_object;
+        EXPECT_EQ(diagnosis.state, row[1] == "undefined" ? State::damaged : otherwise);
         std::string found;
         for (const std::size_t number : {static_cast<std::size_t>(diagnosis.code), diagnosis.offset,
                                          diagnosis.line, diagnosis.column, diagnosis.ignored_bytes})
             found += std::to_string(number) + " ";
         EXPECT_EQ(found, row[2] + " " + row[3] + " " + row[4] + " " + row[5] + " " + row[6] + " ");
     }
-    EXPECT_EQ(diagnoseJsonFile(directory.upath("missing")).state, State::missing);
+}
+
+TEST(JsonFile, IsMissingOrUnreadable) {
+    using State = JsonFileDiagnosis::State;
+    const test::TemporaryDirectory directory;
+    directory.write("file", "");
+    std::filesystem::create_symlink("nowhere", directory.path("dangling"));
+    for (const char* name : {"missing/file", "file/below", "dangling"})
+        EXPECT_EQ(diagnoseJsonFile(directory.upath(name)).state, State::missing) << name;
+    EXPECT_EQ(diagnoseJsonFile(ustring()).state, State::missing);
+    EXPECT_THROW(static_cast<void>(diagnoseJsonFile(ustring(u"a\0b", 3))), std::invalid_argument);
     std::filesystem::create_symlink("loop", directory.path("loop"));
     sockaddr_un address = {AF_UNIX, {}};
     directory.path("socket").string().copy(address.sun_path, sizeof address.sun_path - 1);

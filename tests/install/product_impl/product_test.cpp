@@ -42,6 +42,10 @@ TEST(Product, IsASnapshotOfItsModel) {
     source->requiredProducts = {
         {u"z", required(u"A")}, {u"a", required(u"B")}, {u"m", required(u"A")}};
     source->altDependencies.assign(2, {u"1", u"\u00E4", u"", u"4", u"5"});
+    source->localeXmls.emplace_back(u"empty", u"");
+    source->directRequiredComponents = {{u"2", component(u"key", u"second")},
+                                        {u"1", component(u"key", u"first")},
+                                        {u"3", component(u"a", u"third")}};
     const ProductImpl product(source);
     *source = {};
 
@@ -62,27 +66,11 @@ TEST(Product, IsASnapshotOfItsModel) {
     const AltDependency& last = alternatives[1];
     EXPECT_EQ(last.altField1 + "|" + last.altField2 + "|" + last.altField3, "1|\xC3\xA4|");
     EXPECT_EQ(last.altField4 + "|" + last.altField5, "4|5");
-}
-
-TEST(Product, TakesTheFirstOfEqualKeys) {
-    model::Product source = test::sample_model();
-    source->platformXmls.emplace_back(u"hostpf", u"<second/>");
-    source->localeXmls.emplace_back(u"empty", u"");
-    source->directRequiredComponents = {{u"2", component(u"key", u"second")},
-                                        {u"1", component(u"key", u"first")},
-                                        {u"3", component(u"a", u"third")}};
-    ProductImpl product(source);
-    EXPECT_EQ(product.converToInstallerPlatformXmls(source).at("hostpf"), "<host/>");
+    EXPECT_TRUE(product.shouldWriteLocaleXml("empty"));
     const ComponentMap components = product.getComponents();
     ASSERT_EQ(components.size(), 2U);
     EXPECT_EQ(components.begin()->first, u"a");
     EXPECT_EQ(components.at(u"key")->getName(), u"first");
-
-    EXPECT_TRUE(product.shouldWritePlatformXml("hostpf"));
-    EXPECT_TRUE(product.shouldWriteLocaleXml("empty"));
-    EXPECT_FALSE(product.shouldWritePlatformXml("HOSTPF"));
-    EXPECT_FALSE(product.shouldWritePlatformXml("en"));
-    EXPECT_FALSE(product.shouldWriteLocaleXml("EN"));
 }
 
 TEST(Product, OfAModelWithIllFormedTextTellsTheFirstFault) {
@@ -95,31 +83,20 @@ TEST(Product, OfAModelWithIllFormedTextTellsTheFirstFault) {
     std::size_t offset = 9;
     for (ustring* text :
          {&alternative.field5, &alternative.field4, &alternative.field3, &alternative.field2,
-          &alternative.field1, &source->localeXmls[1].second, &source->localeXmls[1].first,
-          &source->platformXmls[2].second, &source->platformXmls[2].first}) {
+          &alternative.field1, &source->localeXmls.back().second, &source->localeXmls.back().first,
+          &source->platformXmls.back().second, &source->platformXmls.back().first}) {
         *text = ustring(--offset, u'a') + char16_t(0xDC00);
         EXPECT_EQ(test::failure_of<fl::i18n::conversion_error>([&] { ProductImpl{source}; }),
                   "ill-formed UTF-16 at offset " + std::to_string(offset));
     }
 }
 
-TEST(Product, SharesItsComponentsWithWhoeverAsked) {
+TEST(Product, SharesComponentsAndTheRequiredProductsThatItWasGivenLast) {
     model::Product source = test::sample_model();
     source->directRequiredComponents = {{u"1", component(u"key", u"name")}};
-    auto product = std::make_unique<ProductImpl>(source);
-    product->getComponents().clear(); // the caller's own
+    std::unique_ptr<install::product_api::Product> product = std::make_unique<ProductImpl>(source);
     ComponentMap components = product->getComponents();
-    const std::weak_ptr<const ComponentImpl> watched = components.at(u"key");
-    product.reset();
-    ASSERT_FALSE(watched.expired());
-    EXPECT_EQ(watched.lock()->getComponentKey(), u"key");
-    components.clear();
-    EXPECT_TRUE(watched.expired());
-}
-
-TEST(Product, HoldsTheRequiredProductsThatItWasGivenLast) {
-    std::unique_ptr<install::product_api::Product> product =
-        std::make_unique<ProductImpl>(test::sample_model());
+    const std::weak_ptr<const ComponentImpl> shared = components.at(u"key");
     RequiredProductMap two = {{u"any key", std::make_shared<ProductImpl>(test::sample_model())},
                               {u"another", nullptr}};
     const std::weak_ptr<install::product_api::Product> watched = two.at(u"any key");
@@ -133,8 +110,12 @@ TEST(Product, HoldsTheRequiredProductsThatItWasGivenLast) {
     EXPECT_TRUE(product->getRequiredProducts().empty());
     product.reset();
     EXPECT_FALSE(watched.expired());
+    ASSERT_FALSE(shared.expired());
+    EXPECT_EQ(shared.lock()->getComponentKey(), u"key");
     handed_out.clear();
+    components.clear();
     EXPECT_TRUE(watched.expired());
+    EXPECT_TRUE(shared.expired());
 }
 
 } // namespace
