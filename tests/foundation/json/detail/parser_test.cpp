@@ -49,9 +49,10 @@ Reading read(const std::string& text, bool allow_comments, const std::string& op
         reading.code = parse_array(reading.out, pos, end, allow_comments);
     else if (operation == "object")
         reading.code = parse_object(reading.out, pos, end, allow_comments);
-    else if (std::string element; operation == "string_element")
+    else if (std::string element; operation == "string_element") {
         reading.code = read_string_element(element, pos, end);
-    else if (operation == "whitespace")
+        reading.out = reading.code == parse_ok ? Value(element) : reading.out;
+    } else if (operation == "whitespace")
         skip_whitespace(pos, end, allow_comments);
     else
         ADD_FAILURE() << "unknown operation " << operation;
