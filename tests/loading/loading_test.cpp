@@ -1,4 +1,4 @@
-// The library can be loaded into a process and leaves it again, as often as somebody wants.
+// The library and a plug-in that uses it can be loaded and unloaded again and again.
 
 #include "support/temporary_directory.hpp"
 
@@ -25,6 +25,7 @@ TEST(Loading, LeavesNothingOfTheLibraryBehind) {
             reinterpret_cast<int (*)(const char*)>(dlsym(module, "products_after_a_write"));
         EXPECT_EQ(use(tree.path().c_str()), expected);
         EXPECT_EQ(dlclose(module), 0);
+        EXPECT_FALSE(is_loaded(KX_USER_OF_LIBRARY));
         EXPECT_FALSE(is_loaded(KX_LIBRARY));
     }
 }

@@ -52,8 +52,8 @@ public:
     KX_EXPORT Value& operator=(const Value& source);
 
     /// Takes over the content of `source` without taking memory. With equal tags two vectors or two
-    /// maps change places; otherwise `source` keeps its tag and is left empty. `source` must not be
-    /// a part of this value: move it into a Value of its own first.
+    /// maps are exchanged; otherwise `source` keeps its tag and is left empty. Neither may be a
+    /// part of the other: move `source` into a Value of its own first.
     Value& operator=(Value&& source) noexcept;
 
     /// Destroys the tree below, recursing over its depth.
@@ -105,6 +105,12 @@ private:
     // The member of `content` that belongs to T; for a vector or a map, the pointer to its holder.
     template <class T, class AnyContent>
     static auto& slot(AnyContent& content) noexcept;
+
+    // What a Value that was moved from shows: an empty container that is never destroyed, so that
+    // looking at a Value takes none of the code that destroys one. Hidden, because g++ would make
+    // it unique in the process otherwise, and keep a plug-in that reads a Value from unloading.
+    template <class T>
+    KX_HIDDEN static const T& empty_container() noexcept;
 
     // Makes T the alternative of a Value that has no content.
     template <class T>
@@ -171,6 +177,18 @@ void Value::emplace(std::type_identity_t<T>&& content) {
     tag_ = traits<T>::tag;
 }
 
+template <class T>
+const T& Value::empty_container() noexcept {
+    static const union Undestroyed {
+        Undestroyed() noexcept : container() {}
+        Undestroyed(const Undestroyed&) = delete;
+        Undestroyed& operator=(const Undestroyed&) = delete;
+        ~Undestroyed() {}
+        T container;
+    } undestroyed;
+    return undestroyed.container;
+}
+
 template <Alternative T>
 const T* Value::get_if() const noexcept {
     if (tag_ != traits<T>::tag)
@@ -178,16 +196,7 @@ const T* Value::get_if() const noexcept {
     if constexpr (is_held<T>) {
         if (const T* const holder = slot<T>(content_))
             return holder;
-        // Never destroyed, as there is nothing in it: who only looks at values needs none of the
-        // code that destroys them.
-        static const union Empty {
-            Empty() noexcept : container() {}
-            Empty(const Empty&) = delete;
-            Empty& operator=(const Empty&) = delete;
-            ~Empty() {}
-            T container;
-        } moved_from;
-        return &moved_from.container;
+        return &empty_container<T>();
     } else {
         return &slot<T>(content_);
     }
