@@ -36,9 +36,11 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "The headers, and what compilers, CMake
 set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION
   "The reference, examples, and JSON schemas of the files in an install tree.")
 set(CPACK_COMPONENT_DOCUMENTATION_GROUP documentation)
-foreach(part IN ITEMS LIBRARY SIBLINGS)
-  set(CPACK_COMPONENT_${part}_RUNTIME_GROUP runtime)
-  set(CPACK_COMPONENT_${part}_DEVELOPMENT_GROUP development)
+get_property(libraries GLOBAL PROPERTY kx_libraries)
+foreach(library IN LISTS libraries)
+  string(TOUPPER ${library} library)
+  set(CPACK_COMPONENT_${library}_RUNTIME_GROUP runtime)
+  set(CPACK_COMPONENT_${library}_DEVELOPMENT_GROUP development)
 endforeach()
 
 include(CPack)

@@ -31,7 +31,6 @@ endfunction()
 # A shared library libkx<name>, reached as kx::<name> here and wherever it is installed:
 #
 #     kx_add_library(<name>
-#       PART <library|siblings>       whether it is the library itself or stands in for a sibling
 #       DESCRIPTION <one line>
 #       SOURCES <source>...
 #       HEADERS <header>...           what it installs, below include/
@@ -39,7 +38,7 @@ endfunction()
 #       [FINDS <package and version>] the package of others that its headers include
 #     )
 function(kx_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "PART;DESCRIPTION;FINDS" "SOURCES;HEADERS;REQUIRES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FINDS" "SOURCES;HEADERS;REQUIRES")
   set(target kx${name})
   add_library(${target} SHARED ${arg_SOURCES})
   add_library(kx::${name} ALIAS ${target})
@@ -65,7 +64,7 @@ function(kx_add_library name)
   list(TRANSFORM arg_REQUIRES PREPEND kx:: OUTPUT_VARIABLE libraries)
   target_link_libraries(${target} PUBLIC ${libraries})
 
-  kx_install_library(${target} "${arg_PART}" "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
+  kx_install_library(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
 endfunction()
 
 # Hidden visibility does not reach what the compiler instantiates of the standard library. Exported,
@@ -79,16 +78,18 @@ function(kx_export_our_names_only target)
   endif()
 endfunction()
 
-# The installed library with its headers, and how CMake and pkg-config find it. Nothing of it names a
-# folder of this machine, so that the prefix can be moved.
-function(kx_install_library target part description requires finds)
+# The installed library with its headers, and how CMake and pkg-config find it. Each library has two
+# install components of its own, <target>_runtime and <target>_development. Nothing of it names a folder
+# of this machine, so that the prefix can be moved.
+function(kx_install_library target description requires finds)
+  set_property(GLOBAL APPEND PROPERTY kx_libraries ${target})
   install(TARGETS ${target} EXPORT ${target}Targets
-    LIBRARY COMPONENT ${part}_runtime NAMELINK_COMPONENT ${part}_development
-    FILE_SET HEADERS COMPONENT ${part}_development)
+    LIBRARY COMPONENT ${target}_runtime NAMELINK_COMPONENT ${target}_development
+    FILE_SET HEADERS COMPONENT ${target}_development)
 
   set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/${target}")
   install(EXPORT ${target}Targets NAMESPACE kx:: DESTINATION "${package_directory}"
-    COMPONENT ${part}_development)
+    COMPONENT ${target}_development)
 
   set(find_dependencies "")
   foreach(name IN LISTS requires)
@@ -104,12 +105,12 @@ function(kx_install_library target part description requires finds)
   write_basic_package_version_file("${generated}ConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
   install(FILES "${generated}Config.cmake" "${generated}ConfigVersion.cmake"
-    DESTINATION "${package_directory}" COMPONENT ${part}_development)
+    DESTINATION "${package_directory}" COMPONENT ${target}_development)
 
   set(pc_directory "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
   file(RELATIVE_PATH prefix_from_pc "/${pc_directory}" "/")
   list(TRANSFORM requires PREPEND kx)
   list(JOIN requires " " pc_requires)
   configure_file("${PROJECT_SOURCE_DIR}/cmake/pkg_config.pc.in" "${generated}.pc" @ONLY)
-  install(FILES "${generated}.pc" DESTINATION "${pc_directory}" COMPONENT ${part}_development)
+  install(FILES "${generated}.pc" DESTINATION "${pc_directory}" COMPONENT ${target}_development)
 endfunction()
