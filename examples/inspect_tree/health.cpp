@@ -1,9 +1,8 @@
 #include "health.hpp"
 
 #include "fl/i18n/text_conversion.hpp"
-#include "install/product_impl/utils/files.hpp"
+#include "foundation/json/detail/parse_value.hpp"
 #include "install/product_impl/utils/json_diagnosis.hpp"
-#include "install/product_impl/utils/json_file.hpp"
 #include "install/product_impl/utils/paths.hpp"
 
 #include <algorithm>
@@ -27,16 +26,16 @@ using foundation::json::ValueMap;
 using foundation::json::ValueVector;
 using utils::JsonFileDiagnosis;
 
-// The line around a fault with a caret under it. Bytes that a terminal would act on become dots; a
-// long line is cut.
+// The line around a fault, with a caret under it. Bytes that a terminal would act on become dots; a
+// long line is truncated.
 std::string excerpt(const std::string& text, std::size_t offset, std::size_t column) {
-    constexpr std::size_t before = 60;
-    constexpr std::size_t behind = 20;
+    constexpr std::size_t bytes_before = 60;
+    constexpr std::size_t bytes_after = 20;
     const auto continues_a_character = [](char byte) { return (byte & 0xC0) == 0x80; };
-    std::size_t first = offset - std::min(column - 1, before);
+    std::size_t first = offset - std::min(column - 1, bytes_before);
     while (first < offset && continues_a_character(text[first]))
         ++first;
-    const std::size_t last = std::min({text.find('\n', offset), offset + behind, text.size()});
+    const std::size_t last = std::min({text.find('\n', offset), offset + bytes_after, text.size()});
     std::string line = text.substr(first, last - first);
     std::replace_if(
         line.begin(), line.end(),
@@ -47,25 +46,33 @@ std::string excerpt(const std::string& text, std::size_t offset, std::size_t col
     return "    " + line + "\n    " + std::string(static_cast<std::size_t>(indent), ' ') + "^";
 }
 
-// The members of a JSON file; none if it is not as it ought to be, which is a problem then.
+std::string described(const JsonFileDiagnosis& diagnosis, const std::string& text) {
+    if (diagnosis.state != JsonFileDiagnosis::State::damaged)
+        return diagnosis.text;
+    return diagnosis.text + "\n  code " + std::to_string(diagnosis.code) + ", byte " +
+           std::to_string(diagnosis.offset) + ", line " + std::to_string(diagnosis.line) +
+           ", column " + std::to_string(diagnosis.column) + ":\n" +
+           excerpt(text, diagnosis.offset, diagnosis.column);
+}
+
+// The members of a JSON file; none if it holds no object, which is a problem then. The file is read
+// once: somebody may write it meanwhile.
 std::optional<ValueMap> members(const fl::filesystem::path& path, Health& health) {
     const std::string name = fl::i18n::ustring_to_utf8(path.text());
-    const JsonFileDiagnosis diagnosis = utils::diagnoseJsonFile(path.text());
-    if (diagnosis.state == JsonFileDiagnosis::State::object) {
-        if (diagnosis.ignored_bytes > 0)
-            health.notes.push_back(name +
-                                   ": bytes behind the object, which the next write will drop: " +
-                                   std::to_string(diagnosis.ignored_bytes));
-        return utils::getJsonObjFromFile(path.text());
+    std::string text;
+    const JsonFileDiagnosis diagnosis = utils::diagnoseJsonFile(path.text(), text);
+    if (diagnosis.state != JsonFileDiagnosis::State::object) {
+        health.problems.push_back(name + ": " + described(diagnosis, text));
+        return std::nullopt;
     }
-    std::string problem = name + ": " + diagnosis.text;
-    if (diagnosis.state == JsonFileDiagnosis::State::damaged)
-        problem += "\n  code " + std::to_string(diagnosis.code) + ", byte " +
-                   std::to_string(diagnosis.offset) + ", line " + std::to_string(diagnosis.line) +
-                   ", column " + std::to_string(diagnosis.column) + ":\n" +
-                   excerpt(utils::readFile(path.text()), diagnosis.offset, diagnosis.column);
-    health.problems.push_back(std::move(problem));
-    return std::nullopt;
+    if (diagnosis.ignored_bytes > 0)
+        health.notes.push_back(name +
+                               ": trailing bytes after the object, which the next write drops: " +
+                               std::to_string(diagnosis.ignored_bytes));
+    Value document;
+    auto pos = text.cbegin();
+    static_cast<void>(foundation::json::detail::parse_value(document, pos, text.cend(), false));
+    return std::move(document.get<ValueMap>());
 }
 
 // Milliseconds since the Unix epoch as ISO 8601 in UTC; none if they are no time of our calendar.

@@ -11,6 +11,7 @@ namespace {
 
 constexpr char16_t separator = u'/';
 
+// Whether a component of `element` is "..".
 bool climbs(std::u16string_view element) {
     for (;;) {
         const auto component_end = element.find(separator);
@@ -40,11 +41,13 @@ void concatenate_pathname(ustring& path, const ustring& element, bool /*native*/
     if (climbs(element))
         throw std::invalid_argument("path element climbs out of its directory: " +
                                     for_message(element));
+    // The element may be the text of the path itself, and grow with it.
+    const std::size_t element_size = element.size();
     const bool separate = !path.empty() && path.back() != separator;
-    path.reserve(path.size() + (separate ? 1 : 0) + element.size());
+    path.reserve(path.size() + (separate ? 1 : 0) + element_size);
     if (separate)
         path += separator;
-    path += element;
+    path.append(element, 0, element_size);
 }
 
 ustring extract_parent_path(const ustring& path) {

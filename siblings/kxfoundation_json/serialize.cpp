@@ -1,7 +1,8 @@
 #include "foundation/json/serialize.hpp"
 
-#include "foundation/json/detail/byte_runs.hpp"
-#include "foundation/json/detail/typed_names.hpp"
+#include "foundation/json/typed_integers.hpp"
+#include "foundation/json/value.hpp"
+#include "quoted_string.hpp"
 
 #include <algorithm>
 #include <array>
@@ -21,12 +22,12 @@ bool holds_only(const ValueVector& elements) {
     });
 }
 
-// The name of the type that the integers under kxdata were read as, if kxtype holds another one,
-// and null otherwise. That is what comes of an object with several kxtype: the first one is kept,
-// the last one that names a type has its way.
-const char* type_not_told_by_kxtype(const ValueMap& members) {
-    const auto data = members.find("kxdata");
-    const auto type = members.find("kxtype");
+// The name of the type of the integers under kxdata where kxtype names no type of their sign, and
+// null otherwise. The reader makes such an object of a text with several kxtype: it keeps the first
+// one, and reads the integers as the last type that was named.
+const char* type_missing_from_kxtype(const ValueMap& members) {
+    const auto data = members.find(typed_data_key);
+    const auto type = members.find(typed_type_key);
     if (data == members.end() || type == members.end())
         return nullptr;
     const auto* const elements = data->second.get_if<ValueVector>();
@@ -34,10 +35,18 @@ const char* type_not_told_by_kxtype(const ValueMap& members) {
     if (elements == nullptr)
         return nullptr;
     if (holds_only<long long>(*elements))
-        return name != nullptr && detail::is_signed_typed_name(*name) ? nullptr : "int64";
+        return name != nullptr && is_signed_type_name(*name) ? nullptr : "int64";
     if (holds_only<unsigned long long>(*elements))
-        return name != nullptr && detail::is_unsigned_typed_name(*name) ? nullptr : "uint64";
+        return name != nullptr && is_unsigned_type_name(*name) ? nullptr : "uint64";
     return nullptr;
+}
+
+// Whether digits say all of `number`: a whole number below 2^53. Its shortest text may have an
+// exponent, and others' readers of integers refuse that. Minus zero is no integer.
+bool is_exact_integer(double number) {
+    constexpr double bound = 9007199254740992.0;
+    return std::abs(number) < bound && std::trunc(number) == number &&
+           !(number == 0 && std::signbit(number));
 }
 
 // Appends the text of values to one string.
@@ -52,7 +61,7 @@ public:
             write_floating(*value.get_if<double>());
             break;
         case traits<std::string>::tag:
-            write_string(*value.get_if<std::string>());
+            append_quoted(text_, *value.get_if<std::string>());
             break;
         case traits<ValueVector>::tag:
             write_array(*value.get_if<ValueVector>());
@@ -65,10 +74,10 @@ public:
             write_floating(*value.get_if<float>());
             break;
         case traits<long long>::tag:
-            write_digits(*value.get_if<long long>());
+            write_number(*value.get_if<long long>());
             break;
         case traits<unsigned long long>::tag:
-            write_digits(*value.get_if<unsigned long long>());
+            write_number(*value.get_if<unsigned long long>());
             break;
         default: // Undefined and Null
             text_ += "null";
@@ -89,73 +98,48 @@ private:
     }
 
     void write_object(const ValueMap& members) {
-        const char* const type = type_not_told_by_kxtype(members);
+        const char* const type = type_missing_from_kxtype(members);
         char separator = '{';
-        // In front, so that the reader keeps it; the name that sets the type comes behind the data.
+        // The kxtype that the object holds comes first, so that the reader keeps it. A second one
+        // after the data sets the type.
         if (type != nullptr) {
-            write_member(separator, "kxtype", members.find("kxtype")->second);
+            write_key(separator, typed_type_key);
+            write(members.find(typed_type_key)->second);
             separator = ',';
         }
         for (const auto& [key, value] : members) {
-            if (type != nullptr && key == "kxtype")
-                (text_ += ",\"kxtype\":\"").append(type).append("\"");
+            write_key(separator, key);
+            if (type != nullptr && key == typed_type_key)
+                append_quoted(text_, type);
             else
-                write_member(separator, key, value);
+                write(value);
             separator = ',';
         }
         text_ += members.empty() ? "{}" : "}";
     }
 
-    void write_member(char separator, std::string_view key, const Value& value) {
+    void write_key(char separator, std::string_view key) {
         text_ += separator;
-        write_string(key);
+        append_quoted(text_, key);
         text_ += ':';
-        write(value);
     }
 
     void write_floating(double number) {
-        if (std::isnan(number))
+        if (is_exact_integer(number))
+            write_number(static_cast<long long>(number));
+        else if (std::isnan(number))
             text_ += "null";
         else if (std::isinf(number))
-            text_ += number < 0 ? "-1e999" : "1e999"; // what is beyond the range reads as infinity
+            text_ += number < 0 ? "-1e999" : "1e999"; // out of range, which reads as infinity
         else
-            write_digits(number);
+            write_number(number);
     }
 
     template <class Number>
-    void write_digits(Number number) {
+    void write_number(Number number) {
         std::array<char, 32> digits; // the longest are doubles: 24 characters
         const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
         text_.append(digits.data(), end);
-    }
-
-    void write_string(std::string_view text) {
-        const char* position = text.data();
-        const char* const end = position + text.size();
-        text_ += '"';
-        for (;;) {
-            const char* const run_end = detail::find_byte_to_escape(position, end);
-            text_.append(position, run_end);
-            if (run_end == end)
-                break;
-            write_escape(*run_end);
-            position = run_end + 1;
-        }
-        text_ += '"';
-    }
-
-    void write_escape(char byte) {
-        constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
-        constexpr std::string_view letters = "\"\\bfnrt";
-        constexpr std::string_view hex_digits = "0123456789abcdef";
-        text_ += '\\';
-        if (const auto index = escaped.find(byte); index != std::string_view::npos) {
-            text_ += letters[index];
-        } else {
-            text_ += "u00";
-            text_ += hex_digits[static_cast<unsigned char>(byte) / 16U];
-            text_ += hex_digits[static_cast<unsigned char>(byte) % 16U];
-        }
     }
 
     std::string text_;

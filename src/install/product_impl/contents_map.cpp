@@ -1,26 +1,24 @@
-// The second stage of serialize: prodcontents.json, which lists the XML files of every product in
-// the tree. Each product owns one entry of it.
+// The second stage of serialize: the contents map, prodcontents.json. It has one entry for each
+// product of the tree, which lists the product's XML files.
 
 #include "fl/filesystem/operations.hpp"
 #include "fl/i18n/text_conversion.hpp"
-#include "foundation/json/serialize.hpp"
 #include "install/product_impl/product_impl.hpp"
-#include "install/product_impl/utils/entry_replacement.hpp"
-#include "install/product_impl/utils/files.hpp"
+#include "install/product_impl/utils/json_object_file.hpp"
 #include "install/product_impl/utils/paths.hpp"
 
+#include <string>
 #include <utility>
 
 namespace install::product_impl {
 
 using foundation::json::Value;
-using foundation::json::ValueMap;
 using foundation::json::ValueVector;
 
 namespace {
 
-// The same tag for every product, whatever platforms it is written for: its entry must be found
-// again by an install for others.
+// The tag is the same whatever platforms a product is written for, so that a later write for other
+// platforms finds the entry.
 std::string entry_key(const ustring& name, const ustring& version) {
     return fl::i18n::ustring_to_utf8(utils::getNameVersionPlatformKey(name, version, u"hostpf"));
 }
@@ -41,17 +39,18 @@ void ProductImpl::createContentsMap(const ustring& installRoot, const ustring& f
                                     const std::vector<std::string>& platforms,
                                     const std::string& locale) const {
     Value paths(getRelativeXmlPaths(installRoot, platforms, locale));
-    ValueMap entries;
-    entries.emplace(entry_key(name_, version_), std::move(paths));
-    utils::writeFile(filePath, foundation::json::serialize(Value(std::move(entries))));
+    auto file = utils::JsonObjectFile::without_members(filePath);
+    file.set(entry_key(name_, version_), std::move(paths));
+    file.write();
 }
 
 void ProductImpl::addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                         const std::vector<std::string>& platforms,
                                         const std::string& locale) const {
-    utils::replace_entry(
-        filePath, [&] { return entry_key(name_, version_); },
-        [&] { return Value(getRelativeXmlPaths(installRoot, platforms, locale)); });
+    utils::JsonObjectFile file(filePath);
+    const std::string key = entry_key(name_, version_); // before the paths: its fault comes first
+    file.set(key, Value(getRelativeXmlPaths(installRoot, platforms, locale)));
+    file.write();
 }
 
 ValueVector ProductImpl::getRelativeXmlPaths(const ustring& installRoot,

@@ -1,5 +1,5 @@
 /// \file
-/// What is wrong with a JSON file of an install tree, for those who have to mend it.
+/// What is wrong with a JSON file of an install tree, for those who have to repair it.
 
 #pragma once
 
@@ -12,39 +12,48 @@
 
 namespace install::product_impl::utils {
 
-/// What there is to say of a file that ought to hold a JSON object.
+/// The state of a file, or of a text in memory, that ought to hold a JSON object.
 struct JsonFileDiagnosis {
-    /// How the file was found.
+    /// What was found.
     enum class State {
         missing,    ///< nothing is there
-        unreadable, ///< something is there, but cannot be looked at or read to its end
-        damaged,    ///< no value could be read: see code, offset, line and column
+        unreadable, ///< something is there that is no regular file, or cannot be read to its end
+        damaged,    ///< malformed text: see code, offset, line and column
         no_object,  ///< a value of another kind
-        object,     ///< all is well
+        object,     ///< an object: the file is healthy
     };
 
-    /// What was found; all that follows depends on it.
+    /// What was found. The other members depend on it.
     State state = State::missing;
 
     /// The state in one English sentence, in UTF-8.
     std::string text;
 
-    /// The fault of a damaged file; 0 in all other states.
+    /// The fault of a damaged text; 0 in all other states.
     foundation::json::detail::parse_result code = foundation::json::detail::parse_ok;
 
-    /// Where reading stopped: the fault of a damaged file, and otherwise the end of the first
-    /// value. In bytes from the beginning, counted from 0.
+    /// Where reading stopped, in bytes from the beginning, counted from 0: at the fault of a
+    /// damaged text, and otherwise after the first value.
     std::size_t offset = 0;
 
-    std::size_t line = 1;   ///< the line that offset lies in, counted from 1
-    std::size_t column = 1; ///< the byte of that line, counted from 1
+    std::size_t line = 1;   ///< the line of offset, counted from 1
+    std::size_t column = 1; ///< the byte within that line, counted from 1
 
-    /// How many bytes stand behind the first value. The next write to the tree drops them.
+    /// The number of trailing bytes after the first value. The next write to the tree drops them.
     std::size_t ignored_bytes = 0;
 };
 
-/// Looks at the file at `path` as getJsonObjFromFile does, and says what that function does not
-/// tell. Changes nothing on disk. Raises as readFile does.
+/// Diagnoses the JSON text `text`; the state is damaged, no_object or object. Throws
+/// std::bad_alloc.
+[[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJson(const std::string& text);
+
+/// Diagnoses the file at `path`, which getJsonObjFromFile only accepts or rejects. Changes nothing
+/// on disk, and opens regular files alone, so that no FIFO or device makes it wait. Throws
+/// std::bad_alloc, std::length_error, and what readFile throws for a path without a native name.
 [[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJsonFile(const ustring& path);
+
+/// The same, and leaves in `text` the bytes that were read, so that a caller who shows the fault
+/// sees the very text that was diagnosed. Nothing is in it where the file could not be opened.
+[[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJsonFile(const ustring& path, std::string& text);
 
 } // namespace install::product_impl::utils

@@ -30,9 +30,9 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
     ValueMap members;
     TypedState typed_state;
     const auto read_value = [&](const std::string& key, Value& value) {
-        if (key == "kxdata")
+        if (key == typed_data_key)
             return read_data_member(typed_state, value, pos, end, allow_comments, depth + 1);
-        if (key == "kxtype")
+        if (key == typed_type_key)
             return read_type_member(typed_state, members, value, pos, end, allow_comments,
                                     depth + 1);
         return parse_value(value, pos, end, allow_comments, depth + 1);

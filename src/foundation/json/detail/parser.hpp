@@ -13,7 +13,7 @@
 
 #include "fl/i18n/lcctype.hpp"
 #include "foundation/json/detail/parse_value.hpp"
-#include "foundation/json/detail/typed_names.hpp"
+#include "foundation/json/typed_integers.hpp"
 #include "foundation/json/value.hpp"
 
 #include <string>

@@ -106,7 +106,7 @@ parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator
         return parse_value(out, pos, end, allow_comments, depth);
     ValueVector elements;
     const parse_result result =
-        is_signed_typed_name(type_name)
+        is_signed_type_name(type_name)
             ? parse_signed_payload(elements, pos, end, allow_comments, depth)
             : parse_unsigned_payload(elements, pos, end, allow_comments, depth);
     if (result == parse_ok) {
@@ -141,7 +141,7 @@ parse_result read_data_again(TypedState& state, Value& data, bool allow_comments
         elements.clear();
         Iterator pos = state.data_pos;
         const parse_result result =
-            is_signed_typed_name(state.type_name)
+            is_signed_type_name(state.type_name)
                 ? append_payload(elements, pos, state.data_end, allow_comments, depth, scan_signed)
                 : append_payload(elements, pos, state.data_end, allow_comments, depth,
                                  scan_unsigned);
@@ -163,11 +163,11 @@ parse_result read_type_member(TypedState& state, ValueMap& members, Value& out, 
     const auto* const name = out.get_if<std::string>();
     if (name == nullptr)
         return parse_ok;
-    if (is_typed_name(*name))
+    if (is_type_name(*name))
         state.type_name = *name;
     if (!state.data_pending || state.type_name.empty())
         return parse_ok;
-    return read_data_again(state, members["kxdata"], allow_comments, depth);
+    return read_data_again(state, members[typed_data_key], allow_comments, depth);
 }
 
 } // namespace foundation::json::detail

@@ -1,13 +1,15 @@
 #include "install/product_impl/utils/json_diagnosis.hpp"
 
 #include "fl/filesystem/fstream.hpp"
-#include "fl/filesystem/operations.hpp"
+#include "fl/filesystem/native_access.hpp"
 #include "foundation/json/value.hpp"
 #include "install/product_impl/utils/read_to_end.hpp"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <optional>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -34,7 +36,7 @@ void locate(JsonFileDiagnosis& result, std::string_view text, std::size_t offset
     result.column = offset - (last_line_end == std::string_view::npos ? 0 : last_line_end + 1) + 1;
 }
 
-// The getter knows the words for the alternatives.
+// The message of the getter names the alternative that was read; empty for an object.
 std::string failure_to_be_an_object(const Value& document) {
     try {
         static_cast<void>(document.get<ValueMap>());
@@ -44,7 +46,25 @@ std::string failure_to_be_an_object(const Value& document) {
     return {};
 }
 
-JsonFileDiagnosis diagnose_text(const std::string& text) {
+// Opening anything else may wait for ever, as a FIFO does for somebody who writes.
+std::optional<JsonFileDiagnosis> look_before_opening(const ustring& path) {
+    namespace fs = std::filesystem;
+    try {
+        const fs::file_status status =
+            fs::status(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path));
+        if (!fs::exists(status))
+            return diagnosis(State::missing, "There is no file.");
+        if (!fs::is_regular_file(status))
+            return diagnosis(State::unreadable, "This is not a regular file.");
+    } catch (const fs::filesystem_error& error) {
+        return diagnosis(State::unreadable, error.what());
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+JsonFileDiagnosis diagnoseJson(const std::string& text) {
     namespace json = foundation::json::detail;
     Value document;
     auto pos = text.begin();
@@ -53,9 +73,9 @@ JsonFileDiagnosis diagnose_text(const std::string& text) {
     if (code != json::parse_ok)
         result = diagnosis(State::damaged, json::describe(code));
     else if (const std::string failure = failure_to_be_an_object(document); !failure.empty())
-        result = diagnosis(State::no_object, "The file holds no object: " + failure + ".");
+        result = diagnosis(State::no_object, "The text is not an object: " + failure + ".");
     else
-        result = diagnosis(State::object, "The file holds an object.");
+        result = diagnosis(State::object, "The text is an object.");
     result.code = code;
     locate(result, text, static_cast<std::size_t>(pos - text.begin()));
     if (code == json::parse_ok)
@@ -63,23 +83,23 @@ JsonFileDiagnosis diagnose_text(const std::string& text) {
     return result;
 }
 
-} // namespace
-
-JsonFileDiagnosis diagnoseJsonFile(const ustring& path) {
-    try {
-        if (!fl::filesystem::exists(path))
-            return diagnosis(State::missing, "There is no file.");
-    } catch (const std::filesystem::filesystem_error& error) {
-        return diagnosis(State::unreadable, error.what());
-    }
+JsonFileDiagnosis diagnoseJsonFile(const ustring& path, std::string& text) {
+    text.clear();
+    if (auto found = look_before_opening(path))
+        return std::move(*found);
     std::array<char, read_buffer_size> buffer;
     fl::filesystem::basic_ifstream<char> file(path, buffer.data(), buffer.size());
     if (!file.is_open())
         return diagnosis(State::unreadable, "The file cannot be opened.");
-    const std::string text = read_to_end(file);
+    text = read_to_end(file);
     if (file.bad())
         return diagnosis(State::unreadable, "The file cannot be read to its end.");
-    return diagnose_text(text);
+    return diagnoseJson(text);
+}
+
+JsonFileDiagnosis diagnoseJsonFile(const ustring& path) {
+    std::string text;
+    return diagnoseJsonFile(path, text);
 }
 
 } // namespace install::product_impl::utils

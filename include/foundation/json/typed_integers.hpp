@@ -1,0 +1,41 @@
+/// \file
+/// The names by which an object carries exact 64-bit integers:
+///
+///     {"kxdata":[18446744073709551615,7],"kxtype":"uint64"}
+///
+/// A plain JSON number becomes a double, which is exact up to 53 bits only. Where an object has
+/// both members, the reader makes a long long or an unsigned long long of each element instead.
+/// Both members stay in the object.
+
+#pragma once
+
+#include <string_view>
+
+namespace foundation::json {
+
+// Not inline: g++ would make them symbols that are unique in the process, and a plug-in that reads
+// them could not be unloaded.
+
+/// The key of the member that holds the array of integers.
+constexpr const char* typed_data_key = "kxdata";
+
+/// The key of the member that names their type.
+constexpr const char* typed_type_key = "kxtype";
+
+/// True for the names of signed types, whose integers are read as long long. The width in a name
+/// sets no range.
+[[nodiscard]] constexpr bool is_signed_type_name(std::string_view name) noexcept {
+    return name == "int64" || name == "int32" || name == "int16" || name == "int8";
+}
+
+/// True for the names of unsigned types, whose integers are read as unsigned long long.
+[[nodiscard]] constexpr bool is_unsigned_type_name(std::string_view name) noexcept {
+    return name == "uint64" || name == "uint32" || name == "uint16" || name == "uint8";
+}
+
+/// True for all eight names. Any other name leaves the numbers double.
+[[nodiscard]] constexpr bool is_type_name(std::string_view name) noexcept {
+    return is_signed_type_name(name) || is_unsigned_type_name(name);
+}
+
+} // namespace foundation::json
