@@ -70,7 +70,7 @@ public:
             write_object(*value.get_if<ValueMap>());
             break;
         case traits<float>::tag:
-            // As a double, which is what a float reads back as: 0.1F is not the number 0.1.
+            // As a double, as which it reads back: 0.1F is not the number 0.1.
             write_floating(*value.get_if<float>());
             break;
         case traits<long long>::tag:

@@ -14,7 +14,7 @@ std::string get_utf8_string(Iterator first, Iterator last) {
 
 double string_to_double(const char* token) noexcept {
     double number = 0;
-    // Out of range is told by the error code alone: the number is infinity or the nearest small
+    // The result code may be ignored: out of range, the number is infinity or the nearest small
     // one.
     fast_float::from_chars(token, token + std::strlen(token), number);
     return number;

@@ -16,7 +16,7 @@ conversion_error::~conversion_error() = default;
 
 namespace {
 
-// ICU counts in 32 bits, so that texts of any length are converted in pieces.
+// ICU counts in 32 bits, so a long text is converted in pieces.
 constexpr std::size_t most_units_at_once = 1 << 16;
 
 // ICU's macros narrow on purpose.
@@ -27,13 +27,13 @@ struct FromUtf16 {
     static constexpr const char* encoding = "UTF-16";
     static constexpr auto icu_function = u_strToUTF8;
 
-    // Where the character begins that `position` lies in.
+    // Returns where the character at `position` begins.
     static std::int32_t character_begin(const char16_t* text, std::int32_t position) {
         U16_SET_CP_START(text, 0, position);
         return position;
     }
 
-    // Moves `position` over the next character, and says whether it is well-formed.
+    // Moves `position` past the next character, and returns whether it is well-formed.
     static bool skip_character(const char16_t* text, std::int32_t& position, std::int32_t length) {
         UChar32 character = 0;
         U16_NEXT(text, position, length, character);
@@ -60,7 +60,7 @@ struct FromUtf8 {
 
 #pragma GCC diagnostic pop
 
-// Where the first fault of a text begins, which is known to have one.
+// Returns where the first fault of an ill-formed text begins.
 template <class From, class Unit>
 std::size_t offset_of_fault(const Unit* text, std::int32_t length) {
     std::int32_t position = 0;
@@ -70,9 +70,9 @@ std::size_t offset_of_fault(const Unit* text, std::int32_t length) {
     return static_cast<std::size_t>(begin);
 }
 
-// Converts `length` units and appends them to `result`. The first try has room for as many units as
-// there are, which suffices for ASCII and for every way to UTF-16; if it does not, ICU has counted
-// the units that it needs, and the second try has them. Gives false if the text is ill-formed.
+// Converts `length` units and appends them to `result`. Returns false if they are ill-formed. The
+// first attempt has room for as many units as there are, which is enough for ASCII and for all
+// texts that become UTF-16; otherwise ICU reports the number it needs for the second attempt.
 template <class From, class Unit, class Result>
 bool append_converted(Result& result, const Unit* text, std::int32_t length) {
     const std::size_t converted = result.size();

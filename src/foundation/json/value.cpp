@@ -9,7 +9,7 @@ namespace foundation::json {
 
 namespace {
 
-// Calls `operation` with std::type_identity<T>, T being the alternative of the tag.
+// Calls `operation` with std::type_identity<T>, where T is the alternative of the tag.
 template <class Operation>
 decltype(auto) with_alternative(int tag, const Operation& operation) {
     switch (tag) {
@@ -43,7 +43,7 @@ Value::Value(const Value& source) {
 }
 
 Value& Value::operator=(const Value& source) {
-    // Where one is a part of the other, assigning would read from what it has just written.
+    // If one is a part of the other, assigning would read what it has just overwritten.
     if (source.is_container() && (contains(source) || source.contains(*this)))
         return *this = Value(source);
     assign(source);
@@ -53,7 +53,7 @@ Value& Value::operator=(const Value& source) {
 // For a Value with destructible content.
 void Value::move_assign(Value& source) noexcept {
     if (tag_ != source.tag_) {
-        // The detour keeps a source alive that is a part of this value.
+        // Keeps a source alive that is a part of this value.
         Value taken(std::move(source));
         destroy_content();
         take_content(taken);
@@ -74,7 +74,7 @@ void Value::destroy_held_content() noexcept {
         delete content_.map;
 }
 
-// For a Value without content. The tag comes last, so that a failure leaves nothing to destroy.
+// For a Value without content. The tag is set last, so that a failure leaves nothing to destroy.
 void Value::copy_content(const Value& source) {
     with_alternative(source.tag_,
                      [&]<class T>(std::type_identity<T>) { emplace<T>(T(*source.get_if<T>())); });
@@ -94,7 +94,7 @@ void Value::assign_same_alternative(const Value& source) {
                 return;
             auto& to = get<ValueVector>();
             const ValueVector& from = *source.get_if<ValueVector>();
-            // Not the vector's own assignment, which builds all elements anew where it must grow.
+            // The vector's own assignment would copy all elements anew where it has to grow.
             const auto common = static_cast<std::ptrdiff_t>(std::min(to.size(), from.size()));
             for (std::ptrdiff_t index = 0; index < common; ++index)
                 to[static_cast<std::size_t>(index)].assign(from[static_cast<std::size_t>(index)]);
@@ -113,7 +113,7 @@ void Value::assign_other_alternative(const Value& source) {
     with_alternative(source.tag_, [&]<class T>(std::type_identity<T>) {
         if constexpr (is_held<T>) {
             destroy_content();
-            tag_ = traits<bool>::tag; // what a failing copy leaves
+            tag_ = traits<bool>::tag; // left so if the copy fails
             content_.boolean = false;
             slot<T>(content_) = new T(*source.get_if<T>());
             tag_ = traits<T>::tag;

@@ -1,4 +1,4 @@
-// How a product answers: each getter gives a copy of one member.
+// The getters: each returns a copy of one member.
 
 #include "install/product_impl/product_impl.hpp"
 

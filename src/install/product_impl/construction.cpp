@@ -44,8 +44,8 @@ std::vector<ustring> ProductImpl::convertToInstallerRequiredProductsBasecodes(co
 
 ComponentMap ProductImpl::convertToInstallerComponents(const Model& model) {
     ComponentMap components;
-    // The model's own key plays no part. A component is made even where its key is taken already,
-    // so that one which cannot be made never goes unnoticed.
+    // The model's own keys are not used. A component is made even if its key is taken already, so
+    // that a failure to make it never goes unnoticed.
     for (const auto& [key, component] : model->getDirectRequiredComponents())
         components.emplace(component->componentKey,
                            std::make_shared<const ComponentImpl>(component));
@@ -54,8 +54,8 @@ ComponentMap ProductImpl::convertToInstallerComponents(const Model& model) {
 
 namespace {
 
-// Of several documents with one tag the first one stays. Braces, here and below, because they
-// convert in the order of the text: of several faults the first one is told.
+// Of several documents with one tag the first is kept. Braces, here and below, because their
+// initialisers run in order: of several faults the first is reported.
 XmlMap to_utf8(const Model::Impl::Xmls& xmls) {
     XmlMap documents;
     for (const auto& [tag, text] : xmls)
@@ -74,13 +74,13 @@ XmlMap ProductImpl::converToInstallerLocaleXmls(const Model& model) {
 }
 
 std::vector<AltDependency> ProductImpl::convertToInstallerAltDependencies(const Model& model) {
-    const auto& records = model->getAltDependencies();
+    const auto& models = model->getAltDependencies();
     std::vector<AltDependency> dependencies;
-    dependencies.reserve(records.size());
-    for (const auto& record : records) {
-        AltDependency dependency{ustring_to_utf8(record.field1), ustring_to_utf8(record.field2),
-                                 ustring_to_utf8(record.field3), ustring_to_utf8(record.field4),
-                                 ustring_to_utf8(record.field5)};
+    dependencies.reserve(models.size());
+    for (const auto& fields : models) {
+        AltDependency dependency{ustring_to_utf8(fields.field1), ustring_to_utf8(fields.field2),
+                                 ustring_to_utf8(fields.field3), ustring_to_utf8(fields.field4),
+                                 ustring_to_utf8(fields.field5)};
         dependencies.push_back(std::move(dependency));
     }
     return dependencies;

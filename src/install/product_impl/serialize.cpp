@@ -2,7 +2,7 @@
 
 namespace install::product_impl {
 
-// The order matters: only the XML stage makes directories, and the JSON files lie in one of them.
+// The order matters: only the XML stage makes directories, and the JSON files are in one of them.
 void ProductImpl::serialize(const ustring& installRoot, const std::vector<std::string>& platforms,
                             const std::string& locale) const {
     writeXml(installRoot, platforms, locale);

@@ -1,4 +1,4 @@
-// The first stage of serialize: the XML documents, each put byte for byte at its path.
+// The first stage of serialize: the XML documents, each written byte for byte.
 
 #include "fl/i18n/text_conversion.hpp"
 #include "install/product_impl/product_impl.hpp"
@@ -13,7 +13,7 @@ namespace {
 
 const std::string& document_of(const XmlMap& documents, const std::string& tag) {
     const auto document = documents.find(tag);
-    // Raised here, because the text of std::map::at differs from one standard library to the next.
+    // Not thrown by std::map::at, whose text differs between standard libraries.
     if (document == documents.end())
         throw std::out_of_range("map::at:  key not found");
     return document->second;

@@ -11,7 +11,7 @@ parse_result parse_array_elements(ValueVector& out, Iterator& pos, const Iterato
     ValueVector elements;
     const auto read_element = [&] {
         if (elements.capacity() == 0)
-            elements.reserve(4); // rather than to grow from one
+            elements.reserve(4); // instead of growing from one element
         return parse_value(elements.emplace_back(), pos, end, allow_comments, depth + 1);
     };
     const parse_result result =

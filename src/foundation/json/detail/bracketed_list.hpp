@@ -1,4 +1,4 @@
-// What arrays and objects have in common: brackets, and items with commas between.
+// Arrays and objects alike: brackets, and items separated by commas.
 
 #pragma once
 
@@ -13,8 +13,8 @@ struct Brackets {
     parse_result bad_separator;
 };
 
-// Reads from the opening bracket to the closing one. `read_item` reads one item at `pos`, nothing
-// in front of it or behind, and gives a result. A comma must be followed by an item.
+// Reads from the opening bracket to the closing one. `read_item` reads one item at `pos`, without
+// the whitespace around it, and returns a result code. An item must follow each comma.
 template <class ReadItem>
 [[nodiscard]] parse_result read_bracketed_list(const Brackets& brackets, Iterator& pos,
                                                const Iterator& end, bool allow_comments, int depth,

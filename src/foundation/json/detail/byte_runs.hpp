@@ -1,6 +1,5 @@
-/// \file
-/// Where a run of plain bytes in a JSON string ends. Reader and writer spend most of their time on
-/// such runs, and take them eight bytes at a time.
+// The end of a run of plain bytes in a JSON string. Most bytes of a text are in such runs, so that
+// they are searched eight bytes at a time.
 
 #pragma once
 
@@ -11,23 +10,23 @@
 
 namespace foundation::json::detail {
 
-/// The bytes of a word, each with its highest bit set where the byte of `word` equals `byte`. Bytes
-/// above the lowest that is marked may be marked wrongly.
+// Sets the highest bit of each byte of the result where the byte of `word` equals `byte`. Only the
+// lowest of the marks is certain.
 [[nodiscard]] constexpr std::uint64_t bytes_equal_to(std::uint64_t word, char byte) noexcept {
     constexpr std::uint64_t ones = 0x0101010101010101U;
     const std::uint64_t difference = word ^ (ones * static_cast<unsigned char>(byte));
     return (difference - ones) & ~difference & (ones << 7U);
 }
 
-/// The same for bytes below 0x20.
+// The same for bytes below 0x20.
 [[nodiscard]] constexpr std::uint64_t control_bytes(std::uint64_t word) noexcept {
     constexpr std::uint64_t ones = 0x0101010101010101U;
     return (word - ones * 0x20U) & ~word & (ones << 7U);
 }
 
-/// Gives the first place from `first` to `last` for whose byte `ends_run` holds, and `last` if
-/// there is none. `mark_ends` marks the lowest of these bytes in a word by its highest bit, or
-/// gives 0.
+// Returns the first byte from `first` to `last` for which `ends_run` is true, and `last` if there
+// is none. `mark_ends` does the same for a word: it marks the lowest such byte by its highest bit,
+// and returns 0 if there is none.
 template <class MarkEnds, class EndsRun>
 [[nodiscard]] inline const char* find_end_of_run(const char* first, const char* last,
                                                  const MarkEnds& mark_ends,
@@ -45,8 +44,8 @@ template <class MarkEnds, class EndsRun>
     return first;
 }
 
-/// Gives the first quote or backslash from `first` to `last`, and `last` if there is none. They are
-/// the only bytes that the reader looks for.
+// Returns the first quote or backslash from `first` to `last`, and `last` if there is none. The
+// reader stops at no other byte of a string.
 [[nodiscard]] inline const char* find_quote_or_backslash(const char* first,
                                                          const char* last) noexcept {
     return find_end_of_run(
@@ -55,8 +54,8 @@ template <class MarkEnds, class EndsRun>
         [](char byte) { return byte == '"' || byte == '\\'; });
 }
 
-/// Gives the first byte that the writer must escape, and `last` if there is none: a quote, a
-/// backslash, or a byte below 0x20.
+// Returns the first byte that the writer escapes (a quote, a backslash, or a byte below 0x20), and
+// `last` if there is none.
 [[nodiscard]] inline const char* find_byte_to_escape(const char* first, const char* last) noexcept {
     return find_end_of_run(
         first, last,

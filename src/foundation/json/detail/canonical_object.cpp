@@ -11,8 +11,8 @@ namespace foundation::json::detail {
 
 namespace {
 
-// Moves over a text as long as it is in canonical form. Each step returns whether it found what it
-// is for.
+// Moves along a text in canonical form. Each operation takes one part of it, and returns whether it
+// was there.
 class Scanner {
 public:
     explicit Scanner(std::string_view text)
@@ -56,8 +56,8 @@ private:
         return take(']');
     }
 
-    // A whole number without a leading zero, which the reader makes a double and the writer digits
-    // again. One digit more may be beyond the 53 bits of a double.
+    // A whole number without a leading zero: the reader makes a double of it, and the writer the
+    // same digits again. One digit more may exceed the 53 bits of a double.
     bool take_integer() {
         constexpr std::ptrdiff_t max_digits = 15;
         take('-');
@@ -71,7 +71,12 @@ private:
     const char* end_;
 };
 
-// Whether the key makes a difference to how other members are read.
+// Whether the writer puts the byte of a string into the text as it is.
+bool is_plain(char byte) {
+    return byte != '"' && byte != '\\' && static_cast<unsigned char>(byte) >= 0x20;
+}
+
+// Whether the key changes how other members are read.
 bool is_typed_key(std::string_view key) {
     return key == typed_data_key || key == typed_type_key;
 }
@@ -99,9 +104,9 @@ std::optional<std::vector<std::size_t>> find_members(std::string_view text) {
     return members;
 }
 
-// The text of an object with this one member, without its braces. The writer is given nothing but
-// objects, as an installed one need not take more.
-std::string member_text(const std::string& key, Value value) {
+// Returns the text of an object with this one member, without its braces. The writer is only ever
+// given objects: an installed one need not accept anything else.
+std::string member_text(const std::string& key, Value& value) {
     ValueMap single;
     single.emplace(key, std::move(value));
     std::string text = serialize(Value(std::move(single)));
@@ -122,13 +127,10 @@ std::optional<CanonicalObject> CanonicalObject::take(std::string& text) {
     return object;
 }
 
-bool CanonicalObject::allows_key(std::string_view key) {
-    const char* const end = key.data() + key.size();
-    return !is_typed_key(key) && find_byte_to_escape(key.data(), end) == end;
-}
-
-void CanonicalObject::set_member(const std::string& key, Value value) {
-    const std::string member = member_text(key, std::move(value));
+bool CanonicalObject::set_member(const std::string& key, Value& value) {
+    if (is_typed_key(key) || !std::all_of(key.begin(), key.end(), is_plain))
+        return false;
+    const std::string member = member_text(key, value);
     const auto place = std::lower_bound(
         members_.begin(), members_.end(), key,
         [this](std::size_t begin, const std::string& wanted) { return key_at(begin) < wanted; });
@@ -137,6 +139,7 @@ void CanonicalObject::set_member(const std::string& key, Value value) {
         replace_member(index, member);
     else
         insert_member(index, member);
+    return true;
 }
 
 std::string_view CanonicalObject::key_at(std::size_t begin) const {

@@ -16,9 +16,9 @@ namespace foundation::json::detail {
 // it. In such a text a member can be replaced without making values of the others. The files that
 // all products share are in this form, and grow long.
 //
-// Only texts as plain as these files are recognised. Keys and strings have no escapes; each value
-// is a string, a list of strings, or a whole number of at most 15 digits; no key is one of those
-// that make integers of other members' numbers.
+// Only texts as plain as these files are recognised: keys and strings without escapes; values that
+// are strings, lists of strings, or whole numbers of at most 15 digits; none of the two keys of
+// typed integers.
 class CanonicalObject {
 public:
     // An object without members.
@@ -27,13 +27,11 @@ public:
     // Takes `text` over if it is recognised, and leaves it alone otherwise. Throws std::bad_alloc.
     [[nodiscard]] static std::optional<CanonicalObject> take(std::string& text);
 
-    // Whether a member may have this key.
-    [[nodiscard]] static bool allows_key(std::string_view key);
-
-    // Replaces the value of the member `key`, which must be allowed, or inserts it where the order
-    // of the keys puts it. The value may be any. Throws what serialize throws, and changes nothing
+    // Replaces the value of the member `key`, or inserts the member in the order of the keys; moves
+    // from `value`, which may be any. Returns false, and changes nothing, where the object would
+    // not be recognised any more for its key. Throws what serialize throws; the object is unchanged
     // then.
-    void set_member(const std::string& key, Value value);
+    [[nodiscard]] bool set_member(const std::string& key, Value& value);
 
     [[nodiscard]] const std::string& text() const noexcept { return text_; }
 

@@ -28,7 +28,7 @@ parse_result scan_number(Iterator& pos, const Iterator& end) {
     if (!is_digit(*pos))
         return parse_bad_number;
     if (*pos == '0')
-        ++pos; // a fraction may follow a single zero; further digits may too, but then no fraction
+        ++pos; // a fraction may follow, or more digits, but then no fraction
     else
         skip_digits(pos, end);
     if (pos != end && *pos == '.') {

@@ -8,7 +8,7 @@ namespace foundation::json::detail {
 
 namespace {
 
-// Reads a key, the colon behind it, and the whitespace up to the value.
+// Reads a key, the colon after it, and the whitespace before the value.
 parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool allow_comments) {
     if (const parse_result result = read_string(key, pos, end, allow_comments); result != parse_ok)
         return result;
@@ -41,12 +41,12 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
         std::string key;
         if (const parse_result result = read_key(key, pos, end, allow_comments); result != parse_ok)
             return result;
-        // Keys come sorted from our own writer: the end of the map is where most of them belong.
+        // Our own writer sorts the keys, so that most of them belong at the end of the map.
         const std::size_t former_size = members.size();
         const auto member = members.try_emplace(members.end(), std::move(key));
         if (members.size() > former_size)
             return read_value(member->first, member->second);
-        // The first occurrence of a key wins; a later one is read in full and dropped.
+        // The first value of a key is kept; a later one is read to its end and dropped.
         Value dropped;
         return read_value(member->first, dropped);
     };

@@ -1,13 +1,12 @@
 // The operations of the JSON reader, all on one page.
 //
-// All keep to one convention. `pos` is the only position: it moves forward over what was read, and
-// after a failure it stands where reading stopped. `end` is the end of the text. The result is a
-// parse_result. What is read is built in locals and stored in `out` at the very end, so that a
-// failure, or an exception of an exhausted memory, leaves `out` as it was. None of them skips
-// anything in front of the text that it reads, or behind it.
+// All follow one convention. `pos` moves past the text that was read; after a failure it is where
+// reading stopped. `end` is the end of the text. The result is a result code, 0 for success. `out`
+// is assigned last, so that a failure, or an exception when memory is exhausted, leaves it as it
+// was. No operation skips whitespace before or after its own text.
 //
-// `allow_comments` makes comments count as whitespace. `depth` is the number of arrays and objects
-// that are open around the text; it travels as an argument so that the reader needs no state.
+// With `allow_comments` comments count as whitespace. `depth` is the number of arrays and objects
+// around the text. It is an argument, so that the reader has no state.
 
 #pragma once
 
@@ -34,8 +33,8 @@ inline void store_value(Value& target, Value& source) noexcept {
 
 // Literals (literals.cpp).
 
-// Reads `literal` and returns 0. Otherwise `pos` stays, and the result is parse_end_of_input where
-// the text ends within the literal, and `mismatch` elsewhere.
+// Reads `literal`. On failure `pos` does not move, and the result is parse_end_of_input where the
+// text ends within the literal, and `mismatch` elsewhere.
 [[nodiscard]] parse_result match_literal(Iterator& pos, const Iterator& end,
                                          std::string_view literal, parse_result mismatch);
 
@@ -46,7 +45,7 @@ inline void store_value(Value& target, Value& source) noexcept {
 
 // Numbers (numbers.cpp).
 
-// Moves `pos` over the text of a number; nothing is asked of the byte behind it.
+// Moves `pos` past the text of a number. Any byte may follow.
 [[nodiscard]] parse_result scan_number(Iterator& pos, const Iterator& end);
 
 [[nodiscard]] parse_result parse_number(double& out, Iterator& pos, const Iterator& end,
@@ -57,12 +56,12 @@ inline void store_value(Value& target, Value& source) noexcept {
 [[nodiscard]] parse_result parse_string(Value& out, Iterator& pos, const Iterator& end,
                                         bool allow_comments);
 
-// Reads a quoted text: the content of a string value, or an object's key.
+// Reads a quoted text: a string value, or the key of a member.
 [[nodiscard]] parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
                                        bool allow_comments);
 
-// Appends one plain byte, or what one escape stands for, to `text`. The result is parse_string_end,
-// and nothing is read, at the closing quote. `pos` moves on success only.
+// Reads one plain byte or one escape, and appends what it stands for to `text`. At the closing
+// quote the result is parse_string_end. `pos` moves on success only.
 [[nodiscard]] parse_result read_string_element(std::string& text, Iterator& pos,
                                                const Iterator& end);
 
@@ -78,30 +77,28 @@ inline void store_value(Value& target, Value& source) noexcept {
 [[nodiscard]] parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
                                                 bool allow_comments, int depth = 0);
 
-// Typed numeric values (typed_numbers.cpp): an object whose member "kxtype" names an integer type
-// has an array of exact 64-bit integers in its member "kxdata". The two members may come in either
-// order.
+// Typed integers (typed_numbers.cpp): see foundation/json/typed_integers.hpp. The two members may
+// come in either order.
 
-// What one object has told of its typed value so far.
+// The typed members of one object, as far as it was read.
 struct TypedState {
-    std::string type_name;     // the latest valid one; empty before
-    bool data_pending = false; // kxdata was read, and no kxtype has had it read again since
-    Iterator data_pos;         // where the latest kxdata begins
+    std::string type_name;     // the last type that was named; empty before
+    bool data_pending = false; // kxdata was read, and waits for a type to be read again
+    Iterator data_pos;         // where the last kxdata begins
     Iterator data_end;
 };
 
-// Reads the value of kxdata. If reading takes more memory than there is, the result is
-// parse_end_of_input.
+// Reads the value of kxdata. If memory is exhausted, the result is parse_end_of_input.
 [[nodiscard]] parse_result read_data_member(TypedState& state, Value& out, Iterator& pos,
                                             const Iterator& end, bool allow_comments, int depth);
 
-// Reads the value of kxtype, and what stands in `members` under kxdata again if that came first.
-// The second reading does not move `pos`.
+// Reads the value of kxtype. If kxdata came first, it is then read again as that type, and replaced
+// in `members`; this does not move `pos`.
 [[nodiscard]] parse_result read_type_member(TypedState& state, ValueMap& members, Value& out,
                                             Iterator& pos, const Iterator& end, bool allow_comments,
                                             int depth);
 
-// Reads a value as `type_name` wants it: an array of integers, or any value if it is empty.
+// Reads an array of integers of the type `type_name`; any value if the name is empty.
 [[nodiscard]] parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator& pos,
                                             const Iterator& end, bool allow_comments,
                                             int depth = 0);
@@ -113,8 +110,8 @@ struct TypedState {
                                                   const Iterator& end, bool allow_comments,
                                                   int depth = 0);
 
-// Read an integer: an optional minus, then a single 0 or digits that begin with none. What is out
-// of range becomes the nearest number that is in it.
+// Read an integer: an optional minus, then a single 0, or digits that do not begin with 0. A number
+// out of range becomes the nearest one in range.
 [[nodiscard]] parse_result scan_signed(long long& out, Iterator& pos, const Iterator& end);
 [[nodiscard]] parse_result scan_unsigned(unsigned long long& out, Iterator& pos,
                                          const Iterator& end);
@@ -123,16 +120,16 @@ struct TypedState {
 
 void skip_all_whitespace(Iterator& pos, const Iterator& end, bool allow_comments);
 
-// Moves `pos` to the first byte that is no whitespace, or to `end`. A comment that is not closed
-// runs to `end`; a slash that opens no comment is not skipped.
+// Moves `pos` to the first byte that is not whitespace, or to `end`. An unterminated comment
+// extends to `end`; a slash that does not open a comment is not skipped.
 inline void skip_whitespace(Iterator& pos, const Iterator& end, bool allow_comments) {
-    // In what our own writer leaves there is none.
+    // Our own writer leaves no whitespace.
     if (pos != end && *pos > ' ' && *pos != '/')
         return;
     skip_all_whitespace(pos, end, allow_comments);
 }
 
-// A char is widened with its sign, so that bytes from 0x80 up are beyond ASCII.
+// The sign of a char is extended, so that bytes from 0x80 up are not ASCII.
 [[nodiscard]] inline bool is_digit(char byte) noexcept {
     return fl::i18n::lcctype::isdigit_ascii(static_cast<char32_t>(byte));
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr std::ptrdiff_t hex_digits = 4;
 constexpr std::ptrdiff_t unicode_escape_length = 2 + hex_digits; // \uXXXX
 
-// The value of a hexadecimal digit, or -1.
+// Returns the value of a hexadecimal digit, and -1 for any other byte.
 int hex_digit_value(char byte) {
     if (is_digit(byte))
         return byte - '0';
@@ -24,7 +24,7 @@ int hex_digit_value(char byte) {
     return -1;
 }
 
-// Reads the four hexadecimal digits at `first`, which the text is known to have room for.
+// Reads the four hexadecimal digits at `first`. The text must have four more bytes.
 parse_result read_utf16_unit(char16_t& unit, Iterator first) {
     int value = 0;
     for (const Iterator last = first + hex_digits; first != last; ++first) {
@@ -41,8 +41,8 @@ constexpr bool is_high_surrogate(char16_t unit) {
     return (unit & 0xFC00) == 0xD800;
 }
 
-// With `pos` at the backslash of a \u escape. A high surrogate takes the escape behind it along,
-// whatever unit that one holds. `pos` moves only when all was found good.
+// Reads the \u escape whose backslash is at `pos`. After a high surrogate a second escape must
+// follow, of any unit. `pos` moves on success only.
 parse_result read_unicode_escape(std::string& text, Iterator& pos, const Iterator& end) {
     char16_t units[2] = {};
     int count = 1;
@@ -65,7 +65,8 @@ parse_result read_unicode_escape(std::string& text, Iterator& pos, const Iterato
     return parse_ok;
 }
 
-// The byte that the escape letter behind a backslash stands for, or 0: no escape stands for that.
+// Returns the byte that the letter after a backslash stands for, and 0 if it is not an escape
+// letter.
 constexpr char escaped_byte(char letter) {
     switch (letter) {
     case '"':
@@ -101,7 +102,7 @@ parse_result read_escape(std::string& text, Iterator& pos, const Iterator& end) 
     return parse_ok;
 }
 
-// Most of a text is plain bytes, which are worth taking a run at a time.
+// Most of a text is plain bytes, so that a whole run is taken at once.
 void read_plain_bytes(std::string& text, Iterator& pos, const Iterator& end) {
     const char* const first = std::to_address(pos);
     const char* const run_end = find_quote_or_backslash(first, first + (end - pos));

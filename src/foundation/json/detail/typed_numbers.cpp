@@ -18,27 +18,27 @@ parse_result scan_integer(Iterator& pos, const Iterator& end) {
     if (!is_digit(*pos))
         return parse_not_an_integer;
     if (*pos == '0')
-        ++pos; // nothing belongs to a leading zero
+        ++pos; // the token ends after a leading zero
     else
         skip_digits(pos, end);
     return parse_ok;
 }
 
-// The number that the token stands for; `beyond` if it is out of range.
+// Returns the value of the token, and `beyond` if it is out of range.
 template <class Integer>
 Integer to_integer(Iterator first, Iterator last, Integer beyond) {
-    Integer number = beyond; // untouched by from_chars where the token is out of range
+    Integer number = beyond; // out of range, from_chars leaves it
     std::from_chars(std::to_address(first), std::to_address(last), number);
     return number;
 }
 
-// What could only continue an integer to something that is none. Other bytes are a matter of
-// separators.
-constexpr bool is_no_integer(char byte) {
+// Whether an element that continues with `byte` is not an integer. Any other byte that is no
+// separator is a fault of the array.
+constexpr bool makes_no_integer(char byte) {
     return byte == '"' || byte == '.' || byte == 'E' || byte == 'e' || byte == '{';
 }
 
-// Appends the integers of an array to `elements`. A failure leaves some of them there.
+// Appends the integers of an array to `elements`. After a failure some of them are there.
 template <class Integer>
 parse_result append_payload(ValueVector& elements, Iterator& pos, const Iterator& end,
                             bool allow_comments, int depth,
@@ -49,14 +49,14 @@ parse_result append_payload(ValueVector& elements, Iterator& pos, const Iterator
         if (const parse_result result = scan(element, pos, end); result != parse_ok)
             return result;
         skip_whitespace(pos, end, allow_comments);
-        if (pos != end && is_no_integer(*pos))
+        if (pos != end && makes_no_integer(*pos))
             return parse_not_an_integer;
         elements.emplace_back(element);
         return parse_ok;
     });
 }
 
-// The same into a vector that is left alone by a failure.
+// The same, but a failure leaves `out` as it was.
 template <class Integer>
 parse_result parse_payload(ValueVector& out, Iterator& pos, const Iterator& end,
                            bool allow_comments, int depth,
@@ -130,13 +130,13 @@ parse_result read_data_member(TypedState& state, Value& out, Iterator& pos, cons
 
 namespace {
 
-// Reads the payload of `state` a second time, now that its type is known, in place of what the
-// first reading left in `data`. That one had as many elements, so that there is room for these: an
-// exhausted memory hardly ever comes in between. If it does, `data` is left undefined.
+// Reads the payload of `state` again, now that its type is known, and replaces `data`, the result
+// of the first reading. That one had as many elements, so that hardly any memory is taken. If
+// memory is exhausted nevertheless, `data` becomes undefined.
 parse_result read_data_again(TypedState& state, Value& data, bool allow_comments, int depth) {
     try {
         if (data.get_if<ValueVector>() == nullptr)
-            data = Value(ValueVector()); // of a former kxdata in the same object
+            data = Value(ValueVector()); // the object has an earlier kxdata, which was no array
         auto& elements = data.get<ValueVector>();
         elements.clear();
         Iterator pos = state.data_pos;

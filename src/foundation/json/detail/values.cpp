@@ -4,8 +4,8 @@ namespace foundation::json::detail {
 
 namespace {
 
-// A word that is none of the literals fails like any other text that begins no value: at its first
-// byte, with the code of the first alternative.
+// A misspelt literal fails as any text does that begins no value: at its first byte, with the code
+// of the first alternative.
 parse_result begins_no_value_unless_ok(parse_result literal_result) {
     return literal_result == parse_ok ? parse_ok : parse_no_opening_quote;
 }
@@ -23,10 +23,10 @@ parse_result parse_number_value(Value& out, Iterator& pos, const Iterator& end,
 
 } // namespace
 
-// A value is what one of six alternatives reads: string, number, object, array, boolean, null. If
-// all fail, the one that got furthest tells the fault, and of several equally far the first in this
-// order. No two of them accept the same first byte, and the literals never move on failure: so the
-// first byte names the only alternative that can get past it, and the others need no trial.
+// A value has one of six forms: string, number, object, array, boolean, null. If none can be read,
+// the result is that of the form that was read furthest, and of several equally far the first in
+// this order. No two forms begin with the same byte, and a literal that fails does not move `pos`.
+// So the first byte decides, and the other forms need not be tried.
 parse_result parse_value(Value& out, Iterator& pos, const Iterator& end, bool allow_comments,
                          int depth) {
     if (pos == end)

@@ -13,7 +13,7 @@ void skip_spaces(Iterator& pos, const Iterator& end) {
         ++pos;
 }
 
-// What ends the comment that a slash and this byte open; empty if they open none.
+// Returns what ends the comment that a slash and this byte open; empty if they open none.
 constexpr std::string_view comment_terminator(char second_byte) {
     switch (second_byte) {
     case '/':
@@ -25,8 +25,8 @@ constexpr std::string_view comment_terminator(char second_byte) {
     }
 }
 
-// Moves `pos` behind the comment that opens there, and says whether there was one. The opener's own
-// bytes do not count for the terminator: a slash, a star and a slash leave the comment open.
+// Moves `pos` past the comment that begins there, and returns whether there is one. The bytes that
+// open a comment do not end it: after a slash, a star and a slash it is still open.
 bool skip_comment(Iterator& pos, const Iterator& end) {
     if (pos == end || *pos != '/' || std::next(pos) == end)
         return false;

@@ -46,8 +46,9 @@ std::string failure_to_be_an_object(const Value& document) {
     return {};
 }
 
-// Opening anything else may wait for ever, as a FIFO does for somebody who writes.
-std::optional<JsonFileDiagnosis> look_before_opening(const ustring& path) {
+// Diagnoses what is not a regular file. Such a file is never opened: opening a FIFO would wait
+// until another process writes to it.
+std::optional<JsonFileDiagnosis> diagnose_without_opening(const ustring& path) {
     namespace fs = std::filesystem;
     try {
         const fs::file_status status =
@@ -85,7 +86,7 @@ JsonFileDiagnosis diagnoseJson(const std::string& text) {
 
 JsonFileDiagnosis diagnoseJsonFile(const ustring& path, std::string& text) {
     text.clear();
-    if (auto found = look_before_opening(path))
+    if (auto found = diagnose_without_opening(path))
         return std::move(*found);
     std::array<char, read_buffer_size> buffer;
     fl::filesystem::basic_ifstream<char> file(path, buffer.data(), buffer.size());

@@ -37,10 +37,8 @@ JsonObjectFile JsonObjectFile::without_members(const ustring& path) {
 
 void JsonObjectFile::set(const std::string& key, Value value) {
     if (auto* const text = std::get_if<Text>(&object_)) {
-        if (Text::allows_key(key)) {
-            text->set_member(key, std::move(value));
+        if (text->set_member(key, value))
             return;
-        }
         object_ = Value(object_in_text(text->text()));
     }
     std::get<Value>(object_).get<ValueMap>().insert_or_assign(key, std::move(value));

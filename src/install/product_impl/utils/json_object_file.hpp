@@ -20,15 +20,15 @@ namespace install::product_impl::utils {
 //     file.set(key, value);
 //     file.write();
 //
-// All other members are carried along. The text is edited in-place where it is in canonical form,
-// as our own writer left it; otherwise a round trip through values makes it so. Both ways leave the
+// All other members are kept. A text in canonical form, as our own writer left it, is edited
+// in-place; any other goes through a round trip, which brings it into that form. Both leave the
 // same bytes.
 class JsonObjectFile {
 public:
     // Reads the file at `path`. Throws as getJsonObjFromFile does.
     explicit JsonObjectFile(const ustring& path);
 
-    // An object without members, for a file that is yet to be written. Touches nothing.
+    // An object without members, for a file that does not exist yet. Touches nothing on disk.
     [[nodiscard]] static JsonObjectFile without_members(const ustring& path);
 
     // Replaces the value of the member `key`, or inserts it. Throws std::bad_alloc, and what the
