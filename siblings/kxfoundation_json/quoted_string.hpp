@@ -14,8 +14,8 @@ constexpr bool must_be_escaped(char byte) {
     return byte == '"' || byte == '\\' || static_cast<unsigned char>(byte) < 0x20;
 }
 
-// The same for any of the eight bytes of `word`. Each term sets the highest bit of a byte that is
-// zero, or less than 0x20, as long as no lower byte borrows, and one that does is itself a match.
+// The same for any of the eight bytes of `word`. Each term marks such a byte by its highest bit. A
+// borrow may mark more bytes, but only above one that is marked rightly.
 constexpr bool any_must_be_escaped(std::uint64_t word) {
     constexpr std::uint64_t ones = 0x0101010101010101U;
     const std::uint64_t quotes = word ^ (ones * '"');

@@ -14,7 +14,7 @@ namespace foundation::json {
 
 namespace {
 
-// Whether all elements hold the same integer type, and there are some.
+// Whether there are elements, and all are of this type.
 template <class Integer>
 bool holds_only(const ValueVector& elements) {
     return !elements.empty() && std::all_of(elements.begin(), elements.end(), [](const Value& it) {
@@ -22,8 +22,8 @@ bool holds_only(const ValueVector& elements) {
     });
 }
 
-// The name of the type of the integers under kxdata where kxtype names no type of their sign, and
-// null otherwise. The reader makes such an object of a text with several kxtype: it keeps the first
+// If kxdata holds integers but kxtype names no type of their sign, returns the name of such a type;
+// otherwise null. The reader makes such an object of a text with several kxtype: it keeps the first
 // one, and reads the integers as the last type that was named.
 const char* type_missing_from_kxtype(const ValueMap& members) {
     const auto data = members.find(typed_data_key);
@@ -41,8 +41,8 @@ const char* type_missing_from_kxtype(const ValueMap& members) {
     return nullptr;
 }
 
-// Whether digits say all of `number`: a whole number below 2^53. Its shortest text may have an
-// exponent, and others' readers of integers refuse that. Minus zero is no integer.
+// Whether `number` is a whole number below 2^53, which is written in digits: the shortest text may
+// have an exponent, and other people's integer readers refuse that. Minus zero is not an integer.
 bool is_exact_integer(double number) {
     constexpr double bound = 9007199254740992.0;
     return std::abs(number) < bound && std::trunc(number) == number &&

@@ -1,5 +1,5 @@
-// An installed JSON library may take nothing but objects. This one does: it is the stand-in, whose
-// writer is compiled under the name write_any.
+// A JSON library whose writer accepts objects alone, as an installed one may. It wraps the writer
+// of the stand-in, which is compiled under the name write_any.
 
 #include "foundation/json/serialize.hpp"
 #include "foundation/json/value.hpp"
@@ -12,7 +12,7 @@ std::string write_any(const Value& value);
 
 std::string serialize(const Value& value) {
     if (value.tag() != traits<ValueMap>::tag)
-        throw std::logic_error("the writer was given something else than an object");
+        throw std::logic_error("the value to write is not an object");
     return write_any(value);
 }
 

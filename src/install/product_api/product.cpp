@@ -2,7 +2,7 @@
 
 namespace install::product_api {
 
-// Here, so that the class has one home for its virtual table.
+// Defined here, so that the virtual table is emitted once.
 Product::~Product() = default;
 
 } // namespace install::product_api

@@ -28,8 +28,8 @@ public:
     [[nodiscard]] static std::optional<CanonicalObject> take(std::string& text);
 
     // Replaces the value of the member `key`, or inserts the member in the order of the keys; moves
-    // from `value`, which may be any. Returns false, and changes nothing, where the object would
-    // not be recognised any more for its key. Throws what serialize throws; the object is unchanged
+    // from `value`, which may be any. Returns false, and changes nothing, if the key needs an
+    // escape or is one of typed integers. Throws what serialize throws; the object is unchanged
     // then.
     [[nodiscard]] bool set_member(const std::string& key, Value& value);
 

@@ -21,7 +21,7 @@
 
 namespace foundation::json::detail {
 
-// Values (values.cpp). parse_value also has the form with four arguments that is exported.
+// Values (values.cpp). The exported form of parse_value has no depth.
 
 [[nodiscard]] parse_result parse_value(Value& out, Iterator& pos, const Iterator& end,
                                        bool allow_comments, int depth);

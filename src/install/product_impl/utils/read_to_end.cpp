@@ -8,8 +8,8 @@ namespace {
 
 constexpr auto end_of_file = std::char_traits<char>::eof();
 
-// How many bytes are left in a file whose buffer is empty, as far as the platform reports it. It is
-// a hint for memory alone: devices report what they like.
+// Returns the number of bytes left in a file whose buffer is empty, and 0 where it is not known. It
+// only says how much memory to reserve: some devices report any number.
 std::size_t remaining_size(fl::filesystem::basic_ifstream<char>& file) {
     constexpr std::streamsize implausible = std::streamsize(1) << 40U;
     const std::streamsize size = file.rdbuf()->in_avail();
