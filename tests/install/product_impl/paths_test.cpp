@@ -44,13 +44,16 @@ TEST(Paths, AreComposedAsTheTableSays) {
     }
 }
 
-TEST(Paths, StayAsTheyWereWithoutAnElementToJoin) {
+TEST(Paths, AreAppendedToEvenByThemselves) {
     path joined(u"a");
     EXPECT_EQ(&joined.append_element(u"b").append_element(static_cast<const char16_t*>(nullptr)),
               &joined);
     EXPECT_THROW(joined.append_element(u".."), std::invalid_argument);
     EXPECT_THROW(joined.append_element(u"../" + ustring(1, 0xD800)), std::invalid_argument);
     EXPECT_EQ(joined.text(), u"a/b");
+    for (int repeat = 0; repeat < 2; ++repeat)
+        joined.append_element(joined.text());
+    EXPECT_EQ(joined.text(), u"a/b/a/b/a/b/a/b");
 }
 
 } // namespace
