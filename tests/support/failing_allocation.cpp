@@ -4,41 +4,31 @@
 
 namespace {
 
-thread_local bool watched = false;
-thread_local int allocations = 0;
-thread_local int failing_allocation = 0;
+thread_local int countdown_to_failure = 0; // none fails from 0 down
 
 } // namespace
 
 namespace test {
 
-FailingAllocation::FailingAllocation(int countdown) noexcept : countdown_(countdown) {
-    allocations = 0;
-    failing_allocation = countdown;
-    watched = true;
+FailingAllocation::FailingAllocation(int countdown) noexcept {
+    countdown_to_failure = countdown;
 }
 
 FailingAllocation::~FailingAllocation() {
-    watched = false;
-}
-
-int FailingAllocation::count() const noexcept {
-    return allocations;
+    countdown_to_failure = 0;
 }
 
 bool FailingAllocation::has_failed() const noexcept {
-    return countdown_ > 0 && allocations >= countdown_;
+    return countdown_to_failure <= 0;
 }
 
 } // namespace test
 
 void* operator new(std::size_t size) {
-    if (watched && ++allocations == failing_allocation)
-        throw std::bad_alloc();
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
+    void* const memory = countdown_to_failure > 0 && --countdown_to_failure == 0
+                             ? nullptr
+                             : std::malloc(size == 0 ? 1 : size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
 }
 
 void operator delete(void* memory) noexcept {

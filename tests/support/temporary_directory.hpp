@@ -1,4 +1,4 @@
-// A directory that is gone, with all that is in it, when the test ends.
+// A directory that is removed, with all that is in it, when the test ends.
 
 #pragma once
 
@@ -25,10 +25,7 @@ public:
     }
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
+    ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
 
     /// The path of `name` below the directory, or of the directory itself.
     [[nodiscard]] std::filesystem::path path(const std::string& name = "") const {
@@ -43,20 +40,18 @@ public:
         std::set<std::string> names;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(path_))
             if (!entry.is_directory())
-                names.insert(std::filesystem::relative(entry.path(), path_).string());
+                names.insert(entry.path().string().substr(path_.string().size() + 1));
         return names;
     }
 
     /// The bytes of a file, read without the library.
     [[nodiscard]] std::string content(const std::string& name) const {
-        std::ostringstream bytes;
-        bytes << std::ifstream(path(name), std::ios::binary).rdbuf();
-        return bytes.str();
+        return (std::ostringstream() << std::ifstream(path(name)).rdbuf()).str();
     }
 
     void write(const std::string& name, const std::string& bytes) const {
         std::filesystem::create_directories(path(name).parent_path());
-        std::ofstream(path(name), std::ios::binary) << bytes;
+        std::ofstream(path(name)) << bytes;
     }
 
 private:

@@ -1,4 +1,4 @@
-// Values to test with, and their comparison.
+// Values in tests: their comparison, and a text that shows them.
 
 #pragma once
 
@@ -6,7 +6,6 @@
 
 #include <iosfwd>
 #include <string>
-#include <vector>
 
 namespace foundation::json {
 
@@ -18,12 +17,8 @@ std::ostream& operator<<(std::ostream& stream, const Value& value);
 
 namespace test {
 
-/// The JSON text of `value` with its tags in sight: undefined is a word of its own, and i, u and f
-/// behind a number stand for long long, unsigned long long and float.
+/// The JSON text of `value` with its tags: undefined is a word, and i, u and f after a number stand
+/// for long long, unsigned long long and float.
 std::string dump(const foundation::json::Value& value);
-
-/// One value of each alternative, at the index of its tag. String, vector and map hold something
-/// that is on the heap.
-std::vector<foundation::json::Value> one_of_each();
 
 } // namespace test

@@ -1,8 +1,7 @@
 #include "foundation/json/serialize.hpp"
 
-#include "foundation/json/detail/parse_value.hpp"
+#include "support/reading.hpp"
 #include "support/table.hpp"
-#include "support/values.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,23 +12,15 @@ namespace {
 
 using namespace foundation::json;
 
-Value read(const std::string& text) {
-    Value value;
-    auto pos = text.begin();
-    EXPECT_EQ(detail::parse_value(value, pos, text.end(), false), detail::parse_ok) << text;
-    EXPECT_EQ(pos, text.end()) << text;
-    return value;
-}
-
 // Also under a locale whose decimal separator is a comma.
 TEST(Serialize, WritesWhatReadsBackAsTheSame) {
     for (const char* locale : {"C", "de_DE.UTF-8"}) {
         ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
         EXPECT_STREQ(std::localeconv()->decimal_point, *locale == 'C' ? "." : ",");
         for (const auto& row : test::read_table("serialize.tsv")) {
-            const Value value = read(row[0]);
+            const Value value = test::read(row[0]).out;
             EXPECT_EQ(serialize(value), row[1]);
-            EXPECT_EQ(read(row[1]), value);
+            EXPECT_EQ(test::read(row[1]).out, value);
         }
     }
     std::setlocale(LC_ALL, "C");

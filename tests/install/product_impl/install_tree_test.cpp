@@ -1,5 +1,6 @@
 // What is on disk after sequences of writes.
 
+#include "fl/i18n/text_conversion.hpp"
 #include "install/product_impl/product_impl.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/failure.hpp"
@@ -25,26 +26,21 @@ const std::string contents_map = "appdata/prodcontents.json";
 const std::string installed_record = "appdata/installedProductData.json";
 const std::string products = "appdata/products/";
 
-model::Product model_named(const std::string& name) {
+// The sample model with one text replaced, as the table explains.
+model::Product model_with(const std::string& change) {
     model::Product model = test::sample_model();
-    if (name == "newer") {
-        model->version = u"3.0";
-    } else if (name == "alpha") {
-        model->name = u"Alpha Tools";
-        model->basecode.clear();
-    } else if (name == "equal") {
-        model->platformXmls = {{u"en", u"<platform/>"}};
-    } else if (name == "climbing") {
-        model->name = u"../../outside";
-    } else if (name == "typed") {
-        model->basecode = u"kxtype";
-    } else if (name == "quoted") {
-        model->basecode = u"\"";
-    } else if (name == "bad_name") {
-        model->name = install::ustring(1, 0xD800);
-    } else if (name == "bad_basecode") {
-        model->basecode = install::ustring(1, 0xD800);
-    }
+    const auto value = change.find('=') + 1;
+    install::ustring text = fl::i18n::utf8_to_ustring(change.substr(value));
+    if (text == u"?")
+        text = char16_t(0xD800);
+    if (change.starts_with("name"))
+        model->name = text;
+    else if (change.starts_with("version"))
+        model->version = text;
+    else if (change.starts_with("basecode"))
+        model->basecode = text;
+    else if (change.starts_with("platform"))
+        model->platformXmls = {{text, u"<platform/>"}};
     return model;
 }
 
@@ -54,15 +50,6 @@ Tags split(const std::string& text) {
     for (std::string part; std::getline(stream, part, ',');)
         parts.push_back(part);
     return parts;
-}
-
-// The name of a file in the table, with its short forms replaced.
-std::string file_named(const std::string& name) {
-    if (name == "map")
-        return contents_map;
-    if (name == "record")
-        return installed_record;
-    return name.starts_with("xml/") ? products + name.substr(4) : name;
 }
 
 // Replaces times since `begin`, which is in milliseconds since 1970, by NOW.
@@ -83,34 +70,28 @@ TEST(InstallTree, IsAsTheTableSays) {
     std::string scenario;
     for (const auto& step : test::read_table("install_tree.tsv")) {
         SCOPED_TRACE(scenario + ": " + step[0]);
-        const std::string file = step.size() > 1 ? file_named(step[1]) : "";
         const auto serialize = [&] {
-            ProductImpl(model_named(step[1])).serialize(tree->upath(), split(step[2]), step[3]);
+            ProductImpl(model_with(step[1])).serialize(tree->upath(), split(step[2]), step[3]);
         };
         if (step[0] == "scenario") {
             scenario = step[1];
             tree = std::make_unique<test::TemporaryDirectory>();
         } else if (step[0] == "given") {
-            tree->write(file, step[2]);
+            tree->write(step[1], step[2]);
         } else if (step[0] == "directory") {
-            std::filesystem::create_directories(tree->path(file));
+            std::filesystem::create_directories(tree->path(step[1]));
         } else if (step[0] == "link") {
-            tree->write(file, "");
-            std::filesystem::remove(tree->path(file));
-            std::filesystem::create_symlink(step[2], tree->path(file));
+            std::filesystem::create_symlink(step[2], tree->path(step[1]));
         } else if (step[0] == "serialize") {
             serialize();
         } else if (step[0] == "throws") {
             const std::string failure = test::failure_of(serialize);
             EXPECT_NE(failure.find(step[4]), std::string::npos) << failure;
         } else if (step[0] == "holds") {
-            EXPECT_EQ(without_times(tree->content(file), begin), step[2]);
+            EXPECT_EQ(without_times(tree->content(step[1]), begin), step[2]);
         } else {
             ASSERT_EQ(step[0], "files");
-            std::set<std::string> files;
-            for (std::size_t index = 1; index < step.size(); ++index)
-                files.insert(file_named(step[index]));
-            EXPECT_EQ(tree->files(), files);
+            EXPECT_EQ(tree->files(), std::set<std::string>(step.begin() + 1, step.end()));
         }
     }
 }

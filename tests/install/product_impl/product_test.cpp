@@ -18,13 +18,6 @@ using install::ustring;
 using install::component_impl::ComponentImpl;
 namespace model = install::datamodels::transitive_closure;
 
-model::Component component(const ustring& key, const ustring& name) {
-    model::Component component;
-    component->componentKey = key;
-    component->name = name;
-    return component;
-}
-
 // A model with something in every field.
 model::Product full_model() {
     model::Product source = test::sample_model();
@@ -39,9 +32,10 @@ model::Product full_model() {
         source->requiredProducts[key]->basecode = basecode;
     source->altDependencies.assign(2, {u"1, long enough for the heap", u"\u00E4", u"", u"4", u"5"});
     source->localeXmls.emplace_back(u"empty", u"");
-    source->directRequiredComponents = {{u"2", component(u"key", u"second")},
-                                        {u"1", component(u"key", u"first")},
-                                        {u"3", component(u"a", u"third")}};
+    for (const char16_t* name : {u"2", u"1", u"3"}) {
+        source->directRequiredComponents[name]->componentKey = *name == u'3' ? u"a" : u"key";
+        source->directRequiredComponents[name]->name = name;
+    }
     return source;
 }
 
@@ -68,7 +62,7 @@ TEST(Product, IsASnapshotOfItsModel) {
     const ComponentMap components = product.getComponents();
     ASSERT_EQ(components.size(), 2U);
     EXPECT_EQ(components.begin()->second->getComponentKey(), u"a");
-    EXPECT_EQ(components.at(u"key")->getName(), u"first");
+    EXPECT_EQ(components.at(u"key")->getName(), u"1");
 }
 
 TEST(Product, IsConstructedWholeOrNotAtAll) {

@@ -2,8 +2,8 @@
 
 #include "foundation/json/serialize.hpp"
 #include "support/failing_allocation.hpp"
+#include "support/reading.hpp"
 #include "support/table.hpp"
-#include "support/values.hpp"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +19,9 @@ namespace {
 
 using namespace foundation::json;
 using namespace foundation::json::detail;
+using test::read;
+using test::read_by;
+using test::Reading;
 
 const std::string untouched = "\"untouched\"";
 
@@ -27,46 +30,24 @@ using Operation = std::function<parse_result(Value&, Iterator&, const Iterator&,
 // The operations that a row of the table can name.
 const std::map<std::string, Operation> operations = {
     {"value", [](auto&&... arguments) { return parse_value(arguments...); }},
-    {"boolean", [](auto&&... arguments) { return parse_boolean(arguments...); }},
-    {"null", [](auto&&... arguments) { return parse_null(arguments...); }},
+    {"boolean", parse_boolean},
+    {"null", parse_null},
     {"array", [](auto&&... arguments) { return parse_array(arguments...); }},
     {"object", [](auto&&... arguments) { return parse_object(arguments...); }},
-    {"scan_number",
-     [](Value&, Iterator& pos, const Iterator& end, bool) { return scan_number(pos, end); }},
+    {"scan_number", [](auto&&, auto& pos, auto& end, bool) { return scan_number(pos, end); }},
     {"string_element",
-     [](Value& out, Iterator& pos, const Iterator& end, bool) {
+     [](Value& out, auto& pos, auto& end, bool) {
          std::string element;
          const parse_result result = read_string_element(element, pos, end);
          out = result == parse_ok ? Value(element) : out;
          return result;
      }},
     {"whitespace",
-     [](Value&, Iterator& pos, const Iterator& end, bool allow_comments) {
+     [](auto&&, auto& pos, auto& end, bool allow_comments) {
          skip_whitespace(pos, end, allow_comments);
          return parse_result(parse_ok);
      }},
 };
-
-// Result code, the offset where reading stopped, and the output, which was a string before.
-struct Reading {
-    parse_result code = parse_ok;
-    std::ptrdiff_t stop = 0;
-    Value out = Value(std::string("untouched"));
-
-    bool operator==(const Reading&) const = default;
-};
-
-// `after` follows the end of the text, where the reader must not look.
-Reading read(const std::string& text, bool allow_comments, const std::string& operation = "value",
-             const std::string& after = "") {
-    Reading reading;
-    const std::string all = text + after;
-    auto pos = all.begin();
-    const auto end = pos + static_cast<std::ptrdiff_t>(text.size());
-    reading.code = operations.at(operation)(reading.out, pos, end, allow_comments);
-    reading.stop = pos - all.begin();
-    return reading;
-}
 
 TEST(Reader, ReadsOrReportsTheFaultAsTheTableSays) {
     std::set<parse_result> codes;
@@ -75,7 +56,7 @@ TEST(Reader, ReadsOrReportsTheFaultAsTheTableSays) {
             if (row[1] == (allow_comments ? "plain" : "comments"))
                 continue;
             SCOPED_TRACE(row[0] + (allow_comments ? " with comments " : " ") + row[4]);
-            const Reading reading = read(row[4], allow_comments, row[0]);
+            const Reading reading = read_by(operations.at(row[0]), row[4], allow_comments);
             EXPECT_EQ(reading.code, std::stoi(row[2]));
             EXPECT_EQ(reading.stop, std::stoi(row[3]));
             EXPECT_EQ(test::dump(reading.out), row.size() > 5 ? row[5] : untouched);
@@ -95,10 +76,11 @@ TEST(Reader, DoesNotLookBeyondTheEnd) {
     for (const auto& row : test::read_table("reader.tsv"))
         for (std::size_t length = 0; length <= row[4].size(); ++length) {
             const std::string prefix = row[4].substr(0, length);
-            const Reading expected = read(prefix, true, row[0]);
+            const Operation& operation = operations.at(row[0]);
+            const Reading expected = read_by(operation, prefix, true);
             EXPECT_LE(expected.stop, length);
             for (const std::string after : {"0", " ", "e1", ".5", "\"", "]", "*/"})
-                EXPECT_EQ(read(prefix, true, row[0], after), expected) << row[0] << prefix << after;
+                EXPECT_EQ(read_by(operation, prefix, true, after), expected) << row[0] << prefix;
         }
 }
 
