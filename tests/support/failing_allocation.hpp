@@ -1,5 +1,4 @@
-// Makes one allocation fail. The program's operator new is replaced for good; outside a
-// FailingAllocation it behaves as ever.
+// Makes one allocation fail. The program's operator new is replaced for good.
 
 #pragma once
 
@@ -7,18 +6,8 @@
 
 namespace test {
 
-/// While it lives, the allocation number `countdown` of this thread, counted from 1, throws
-/// std::bad_alloc; all others succeed.
-class FailingAllocation {
-public:
-    explicit FailingAllocation(int countdown) noexcept;
-    FailingAllocation(const FailingAllocation&) = delete;
-    FailingAllocation& operator=(const FailingAllocation&) = delete;
-    ~FailingAllocation();
-
-    /// Whether that allocation has come.
-    [[nodiscard]] bool has_failed() const noexcept;
-};
+/// The allocation of this thread that throws std::bad_alloc, counted from 1; none does from 0 down.
+extern thread_local int allocations_to_failure;
 
 /// Runs `operation` on what `prepare` returns, with the 1st, 2nd, 3rd, ... allocation failing,
 /// until a run meets no failure. After each failed run calls `check` with what was prepared.
@@ -28,11 +17,13 @@ int fail_each_allocation(const Prepare& prepare, const Operation& operation, con
     for (int failed_runs = 0;; ++failed_runs) {
         auto subject = prepare();
         try {
-            const FailingAllocation failing(failed_runs + 1);
+            allocations_to_failure = failed_runs + 1;
             operation(subject);
-            if (!failing.has_failed())
-                return failed_runs;
         } catch (const std::bad_alloc&) { // the check decides whether all is as it must be
+        }
+        if (allocations_to_failure > 0) {
+            allocations_to_failure = 0;
+            return failed_runs;
         }
         check(subject);
     }

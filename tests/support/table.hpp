@@ -3,22 +3,18 @@
 #pragma once
 
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace test {
 
-inline std::string unescaped(const std::string& field) {
-    std::string bytes;
-    for (std::size_t index = 0; index < field.size(); ++index)
-        if (field[index] == '%') {
-            bytes += static_cast<char>(std::stoi(field.substr(index + 1, 2), nullptr, 16));
-            index += 2;
-        } else {
-            bytes += field[index];
-        }
-    return bytes;
+inline std::string unescaped(std::string field) {
+    for (auto mark = field.find('%'); mark != field.npos; mark = field.find('%', mark + 1))
+        field.replace(mark, 3, 1,
+                      static_cast<char>(std::stoi(field.substr(mark + 1, 2), nullptr, 16)));
+    return field;
 }
 
 inline std::vector<std::vector<std::string>> read_table(const std::string& name) {
@@ -27,11 +23,10 @@ inline std::vector<std::vector<std::string>> read_table(const std::string& name)
     for (std::string line; std::getline(file, line);) {
         if (line.empty() || line[0] == '#')
             continue;
+        std::istringstream fields(line + '\t');
         auto& row = rows.emplace_back();
-        for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1) {
-            end = line.find('\t', begin);
-            row.push_back(unescaped(line.substr(begin, end - begin)));
-        }
+        for (std::string field; std::getline(fields, field, '\t');)
+            row.push_back(unescaped(field));
     }
     if (rows.empty())
         throw std::runtime_error("no rows in " + name);

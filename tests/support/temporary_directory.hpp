@@ -2,8 +2,6 @@
 
 #pragma once
 
-#include "fl/i18n/ustring.hpp"
-
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -19,9 +17,7 @@ class TemporaryDirectory {
 public:
     TemporaryDirectory() {
         std::string name = (std::filesystem::temp_directory_path() / "kx_test_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("no temporary directory");
-        path_ = name;
+        path_ = mkdtemp(name.data()) != nullptr ? name : throw std::runtime_error("no directory");
     }
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
@@ -31,9 +27,7 @@ public:
     [[nodiscard]] std::filesystem::path path(const std::string& name = "") const {
         return name.empty() ? path_ : path_ / name;
     }
-    [[nodiscard]] fl::ustring upath(const std::string& name = "") const {
-        return path(name).u16string();
-    }
+    [[nodiscard]] auto upath(const std::string& name = "") const { return path(name).u16string(); }
 
     /// All files below the directory, as relative paths.
     [[nodiscard]] std::set<std::string> files() const {

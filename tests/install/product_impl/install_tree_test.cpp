@@ -15,6 +15,7 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -155,6 +156,39 @@ TEST(InstallTree, IsWrittenThroughAnOverrideOfWriteXml) {
     EXPECT_EQ(counting.calls,
               (std::vector<std::pair<Tags, Tags>>{{{"hostpf"}, {"en"}}, {{"a", "b"}, {"c"}}}));
     EXPECT_EQ(tree.files(), (std::set<std::string>{contents_map, installed_record}));
+}
+
+auto open_files() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+TEST(InstallTree, OfItsOwnIsWrittenByEachThreadFromSharedProducts) {
+    const auto required = std::make_shared<ProductImpl>(test::sample_model());
+    const auto source = test::sample_model();
+    source->version = u"3";
+    source->directRequiredComponents[u"key"];
+    ProductImpl product(source);
+    product.setRequiredProducts({{u"ST", required}});
+    const test::TemporaryDirectory trees[8];
+    const auto write = [&](const install::ustring& root) {
+        for (int round = 0; round < 10; ++round) {
+            product.getRequiredProducts().at(u"ST")->serialize(root, {"hostpf"}, "en");
+            product.serialize(root, {"hostpf", "otherpf"}, "en");
+            EXPECT_EQ(product.getComponents().size(), 1U);
+        }
+    };
+    const auto before = open_files();
+    std::vector<std::jthread> threads;
+    for (const auto& tree : trees)
+        threads.emplace_back(write, tree.upath());
+    threads.clear();
+    EXPECT_EQ(open_files(), before);
+    for (const auto& tree : trees) {
+        EXPECT_EQ(tree.files().size(), 7U);
+        EXPECT_EQ(tree.content("appdata/prodcontents.json"),
+                  trees[0].content("appdata/prodcontents.json"));
+    }
+    EXPECT_EQ(required.use_count(), 2);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "install/product_impl/utils/paths.hpp"
 
-#include "fl/filesystem/path.hpp"
 #include "fl/i18n/text_conversion.hpp"
 #include "support/failure.hpp"
 #include "support/table.hpp"
@@ -18,18 +17,10 @@ ustring compose(const std::string& operation, const std::vector<ustring>& texts)
         return path(texts[0]).append_element(texts[1]).text();
     if (operation == "parent")
         return fl::filesystem::detail::extract_parent_path(texts[0]);
-    if (operation == "key")
-        return getNameVersionPlatformKey(texts[0], texts[1], texts[2]);
-    if (operation == "file_name")
-        return getXmlFileName(texts[0], texts[1], texts[2]);
     if (operation == "xml")
         return getXmlPath(texts[0], texts[1], texts[2], texts[3]).text();
-    if (operation == "relative")
-        return getRelativeXmlPath(texts[0], texts[1], texts[2], texts[3]).text();
-    if (operation == "contents")
-        return getContentsMapPath(texts[0]).text();
-    EXPECT_EQ(operation, "record");
-    return getInstalledProdDataPath(texts[0]).text();
+    EXPECT_EQ(operation, "relative");
+    return getRelativeXmlPath(texts[0], texts[1], texts[2], texts[3]).text();
 }
 
 TEST(Paths, AreComposedAsTheTableSays) {
@@ -46,14 +37,10 @@ TEST(Paths, AreComposedAsTheTableSays) {
 
 TEST(Paths, AreAppendedToEvenByThemselves) {
     path joined(u"a");
-    EXPECT_EQ(&joined.append_element(u"b").append_element(static_cast<const char16_t*>(nullptr)),
-              &joined);
-    EXPECT_THROW(joined.append_element(u".."), std::invalid_argument);
+    joined.append_element(u"b").append_element(static_cast<const char16_t*>(nullptr));
     EXPECT_THROW(joined.append_element(u"../" + ustring(1, 0xD800)), std::invalid_argument);
-    EXPECT_EQ(joined.text(), u"a/b");
-    for (int repeat = 0; repeat < 2; ++repeat)
-        joined.append_element(joined.text());
-    EXPECT_EQ(joined.text(), u"a/b/a/b/a/b/a/b");
+    EXPECT_EQ(joined.append_element(joined.text()).text(), u"a/b/a/b");
+    EXPECT_EQ(joined.append_element(joined.text()).text(), u"a/b/a/b/a/b/a/b");
 }
 
 } // namespace

@@ -30,7 +30,8 @@ model::Product full_model() {
     source->platforms = {u"win", u"hostpf"};
     for (const auto& [key, basecode] : {std::pair(u"z", u"A"), {u"a", u"B"}, {u"m", u"A"}})
         source->requiredProducts[key]->basecode = basecode;
-    source->altDependencies.assign(2, {u"1, long enough for the heap", u"\u00E4", u"", u"4", u"5"});
+    source->altDependencies.assign(
+        2, {u"1, long enough for the heap|", u"2|", u"\u00E4|", u"4|", u"5"});
     source->localeXmls.emplace_back(u"empty", u"");
     for (const char16_t* name : {u"2", u"1", u"3"}) {
         source->directRequiredComponents[name]->componentKey = *name == u'3' ? u"a" : u"key";
@@ -44,10 +45,10 @@ TEST(Product, IsASnapshotOfItsModel) {
     const ProductImpl product(source);
     *source = {};
 
-    const std::vector<ustring> texts = {product.getBasecode(), product.getName(),
-                                        product.getNumber(),   product.getType(),
-                                        product.getVersion(),  product.getRelease()};
-    EXPECT_EQ(texts, (std::vector<ustring>{u"ST", u"Sample Tool", u"17", u"tool", u"2.5", u"R1"}));
+    const ustring texts = product.getBasecode() + u"|" + product.getName() + u"|" +
+                          product.getNumber() + u"|" + product.getType() + u"|" +
+                          product.getVersion() + u"|" + product.getRelease();
+    EXPECT_EQ(texts, u"ST|Sample Tool|17|tool|2.5|R1");
     EXPECT_EQ(product.getReleaseDescription(), (ustring{u'd', 0xD800}));
     EXPECT_TRUE(product.isControlling());
     EXPECT_EQ(product.getInstalledDate(), std::numeric_limits<std::int64_t>::min() + 1);
@@ -55,14 +56,12 @@ TEST(Product, IsASnapshotOfItsModel) {
     EXPECT_EQ(product.getRequiredProductsBasecodes(), (std::vector<ustring>{u"B", u"A", u"A"}));
     ASSERT_EQ(product.getAltDependencies().size(), 2U);
     const AltDependency last = product.getAltDependencies()[1];
-    EXPECT_EQ(last.altField1 + "|" + last.altField2 + "|" + last.altField3 + "|" + last.altField4 +
-                  "|" + last.altField5,
-              "1, long enough for the heap|\xC3\xA4||4|5");
+    EXPECT_EQ(last.altField1 + last.altField2 + last.altField3 + last.altField4 + last.altField5,
+              "1, long enough for the heap|2|\xC3\xA4|4|5");
     EXPECT_TRUE(product.shouldWriteLocaleXml("empty"));
-    const ComponentMap components = product.getComponents();
-    ASSERT_EQ(components.size(), 2U);
-    EXPECT_EQ(components.begin()->second->getComponentKey(), u"a");
-    EXPECT_EQ(components.at(u"key")->getName(), u"1");
+    ASSERT_EQ(product.getComponents().size(), 2U);
+    EXPECT_EQ(product.getComponents().begin()->second->getComponentKey(), u"a");
+    EXPECT_EQ(product.getComponents().at(u"key")->getName(), u"1");
 }
 
 TEST(Product, IsConstructedWholeOrNotAtAll) {
@@ -88,24 +87,20 @@ TEST(Product, OfAModelWithIllFormedTextsReportsTheFirst) {
 }
 
 TEST(Product, SharesComponentsAndTheRequiredProductsThatWereSetLast) {
-    std::unique_ptr<install::product_api::Product> product =
-        std::make_unique<ProductImpl>(full_model());
-    EXPECT_TRUE(product->getRequiredProducts().empty());
-    ComponentMap components = product->getComponents();
-    const std::weak_ptr<const ComponentImpl> shared = components.at(u"key");
-    RequiredProductMap two = {{u"any key", std::make_shared<ProductImpl>(test::sample_model())},
-                              {u"another", nullptr}};
-    const std::weak_ptr<install::product_api::Product> watched = two.at(u"any key");
+    auto product = std::make_unique<ProductImpl>(full_model());
+    auto components = product->getComponents();
+    const std::weak_ptr<const ComponentImpl> component = components.at(u"key");
+    auto required = std::make_shared<ProductImpl>(test::sample_model());
+    const RequiredProductMap two = {{u"any key", required}, {u"another", nullptr}};
     product->setRequiredProducts(two);
     EXPECT_EQ(product->getRequiredProducts(), two);
-    two.clear();
-    EXPECT_FALSE(watched.expired());
+    EXPECT_EQ(required.use_count(), 3);
     product->setRequiredProducts({});
-    EXPECT_TRUE(watched.expired());
+    EXPECT_EQ(required.use_count(), 2);
     product.reset();
-    EXPECT_FALSE(shared.expired());
+    EXPECT_FALSE(component.expired());
     components.clear();
-    EXPECT_TRUE(shared.expired());
+    EXPECT_TRUE(component.expired());
 }
 
 } // namespace

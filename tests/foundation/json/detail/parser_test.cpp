@@ -1,19 +1,15 @@
 #include "foundation/json/detail/parser.hpp"
 
-#include "foundation/json/serialize.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/reading.hpp"
 #include "support/table.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <functional>
 #include <map>
 #include <set>
 #include <string>
-
-#include <pthread.h>
 
 namespace {
 
@@ -104,33 +100,6 @@ TEST(Reader, BoundsTheNestingButNotTheLength) {
         }
     }
     EXPECT_EQ(read("[" + repeated(100000, "[],") + "{}]", false).code, parse_ok);
-}
-
-// Reads a document at the limit, and copies, assigns, writes and destroys it.
-void* handle_deepest_document(void* /*unused*/) {
-    const int half = max_nesting_depth / 2;
-    const std::string text = repeated(half, R"([{"k":)") + "1" + repeated(half, "}]");
-    const Reading reading = read(text, true);
-    Value copy = reading.out;
-    copy = Value(ValueVector(1));
-    copy = reading.out;
-    EXPECT_EQ(serialize(copy), text);
-    return nullptr;
-}
-
-TEST(Reader, NeedsHalfAMebibyteOfStackAtMost) {
-#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    constexpr std::size_t stack_size = std::size_t(512) * 1024;
-#else
-    constexpr std::size_t stack_size = std::size_t(8192) * 1024; // frames are larger in such builds
-#endif
-    pthread_attr_t attributes;
-    pthread_t thread;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stack_size), 0);
-    ASSERT_EQ(pthread_create(&thread, &attributes, handle_deepest_document, nullptr), 0);
-    EXPECT_EQ(pthread_join(thread, nullptr), 0);
-    pthread_attr_destroy(&attributes);
 }
 
 // A failure leaves the output alone. Reading a payload reports code 19 instead of throwing, and
