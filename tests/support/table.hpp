@@ -17,20 +17,21 @@ inline std::string unescaped(std::string field) {
     return field;
 }
 
+inline std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);)
+        parts.push_back(unescaped(part));
+    return parts;
+}
+
 inline std::vector<std::vector<std::string>> read_table(const std::string& name) {
     std::ifstream file(std::string(KX_TEST_DATA) + "/" + name);
     std::vector<std::vector<std::string>> rows;
-    for (std::string line; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        std::istringstream fields(line + '\t');
-        auto& row = rows.emplace_back();
-        for (std::string field; std::getline(fields, field, '\t');)
-            row.push_back(unescaped(field));
-    }
-    if (rows.empty())
-        throw std::runtime_error("no rows in " + name);
-    return rows;
+    for (std::string line; std::getline(file, line);)
+        if (!line.empty() && line[0] != '#')
+            rows.push_back(split(line + '\t', '\t'));
+    return rows.empty() ? throw std::runtime_error("no rows in " + name) : rows;
 }
 
 } // namespace test
