@@ -70,18 +70,7 @@ TEST(Files, ReportNoFailure) {
                   [] { return readFile(ustring(u"/etc/passwd\0.json", 17)); }),
               "path contains a NUL character after: /etc/passwd");
     EXPECT_THROW(writeFile(ustring(1, 0xD800), "text"), std::runtime_error);
-}
-
-TEST(Files, MakeTheParentDirectory) {
-    const test::TemporaryDirectory directory;
-    for (int repeat = 0; repeat < 2; ++repeat)
-        createParentDirectory(fl::filesystem::path(directory.upath("a/\u00E4/file")));
-    EXPECT_TRUE(std::filesystem::is_empty(directory.path("a/\u00E4")));
     createParentDirectory(fl::filesystem::path(u"file")); // in the current directory
-    directory.write("file", "");
-    const std::string failure = test::failure_of<std::filesystem::filesystem_error>(
-        [&] { createParentDirectory(fl::filesystem::path(directory.upath("file/c/d"))); });
-    EXPECT_NE(failure.find(directory.path("file/c")), std::string::npos) << failure;
 }
 
 TEST(JsonFile, IsReadAndDiagnosedAsTheTableSays) {
