@@ -45,10 +45,9 @@ TEST(Product, IsASnapshotOfItsModel) {
     const ProductImpl product(source);
     *source = {};
 
-    const ustring texts = product.getBasecode() + u"|" + product.getName() + u"|" +
-                          product.getNumber() + u"|" + product.getType() + u"|" +
-                          product.getVersion() + u"|" + product.getRelease();
-    EXPECT_EQ(texts, u"ST|Sample Tool|17|tool|2.5|R1");
+    EXPECT_EQ(product.getBasecode() + product.getName() + product.getNumber() + product.getType() +
+                  product.getVersion() + product.getRelease(),
+              u"STSample Tool17tool2.5R1");
     EXPECT_EQ(product.getReleaseDescription(), (ustring{u'd', 0xD800}));
     EXPECT_TRUE(product.isControlling());
     EXPECT_EQ(product.getInstalledDate(), std::numeric_limits<std::int64_t>::min() + 1);
