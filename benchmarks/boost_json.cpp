@@ -1,3 +1,3 @@
-// The whole of Boost.JSON, which is compiled here and not linked.
+// All of Boost.JSON, compiled from its headers instead of linked.
 
 #include <boost/json/src.hpp>

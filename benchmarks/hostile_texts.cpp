@@ -1,5 +1,4 @@
-// How long the reader takes for texts that were made to be slow, over their size: the time must
-// grow with the size and no faster.
+// The time to read texts that are made to be slow, by size: it must grow linearly.
 
 #include "foundation/json/detail/parse_value.hpp"
 
@@ -11,7 +10,7 @@ namespace {
 
 using namespace foundation::json;
 
-// Repeats `piece` behind `begin` until the text has as many bytes as the state's range says.
+// Reads a text of the size in the state's range: `begin`, followed by repetitions of `piece`.
 void read(benchmark::State& state, const std::string& begin, const std::string& piece,
           bool allow_comments) {
     const auto size = static_cast<std::size_t>(state.range(0));

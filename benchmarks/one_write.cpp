@@ -1,12 +1,10 @@
-// One write, for tools that watch a process: its peak memory, its system calls.
+// A single write, for tools that measure a process: its peak memory, its system calls.
 //
 //     one_write make N FILE              writes a contents map of N products
 //     one_write idle|kx|nlohmann|rapidjson|boost N FILE
 //                                        replaces one entry of it, and prints the peak of resident
-//                                        memory in bytes; idle does nothing
-//     one_write serialize N ROOT         writes one product into a tree of N products, which it
-//     makes
-//                                        first
+//                                        memory in bytes; idle replaces nothing
+//     one_write serialize N ROOT         creates a tree of N products, then writes one of them
 
 #include "documents.hpp"
 #include "peers.hpp"
@@ -47,7 +45,7 @@ void serialize(std::size_t products, const std::filesystem::path& root) {
     write_raw(root / "appdata/installedProductData.json", installed_record(products));
     const auto product = product_to_update(products);
     const fl::ustring install_root = root.u16string();
-    // Two calls that nobody makes otherwise mark where the write begins and ends.
+    // Two system calls with unusual arguments mark the beginning and the end of the write.
     static_cast<void>(access("begin of serialize", F_OK));
     product.serialize(install_root, {platforms[0]}, locale);
     static_cast<void>(access("end of serialize", F_OK));

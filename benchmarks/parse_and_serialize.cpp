@@ -1,4 +1,4 @@
-// Reading and writing alone, without a file.
+// Reading and writing text in memory, without a file.
 
 #include "documents.hpp"
 #include "peers.hpp"

@@ -1,5 +1,5 @@
-// This library and other people's JSON libraries behind one face, each used the way its manual
-// advises.
+// This library and other JSON libraries with a common interface, each used as its manual
+// recommends.
 
 #pragma once
 
@@ -71,7 +71,7 @@ struct RapidJson {
 };
 
 struct BoostJson {
-    // The pool must outlive the values that lie in it.
+    // The pool must outlive the values that are allocated from it.
     struct Tree {
         std::unique_ptr<boost::json::monotonic_resource> pool;
         boost::json::value value;
@@ -91,7 +91,7 @@ struct BoostJson {
     }
 };
 
-/// Replaces the entry `key` of the contents map at `path` by a list of `paths`.
+/// Replaces the entry `key` of the contents map at `path` with a list of `paths`.
 template <class Peer>
 void update(const std::string& path, const std::string& key,
             const std::vector<std::string>& paths) {

@@ -1,4 +1,5 @@
-// Files by the bare system calls: the floor that the disk sets, and the same ground for all peers.
+// Whole files, read and written by system calls: a lower bound for all times, and the same for all
+// peers.
 
 #pragma once
 

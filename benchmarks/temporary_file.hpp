@@ -1,4 +1,4 @@
-// A file that is gone in the end.
+// A file that is removed by its destructor.
 
 #pragma once
 
@@ -16,7 +16,7 @@ public:
     TemporaryFile() : path_(std::filesystem::temp_directory_path() / "kx_benchmark_XXXXXX") {
         const int descriptor = mkstemp(path_.data());
         if (descriptor < 0)
-            throw std::runtime_error("no temporary file");
+            throw std::runtime_error("cannot create a temporary file");
         close(descriptor);
     }
     TemporaryFile(const TemporaryFile&) = delete;

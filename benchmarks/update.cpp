@@ -1,4 +1,4 @@
-// The library's main job: replace one product's entry in a contents map that holds N others.
+// The library's main task: replace one product's entry in a contents map of N products.
 
 #include "documents.hpp"
 #include "peers.hpp"
@@ -22,8 +22,8 @@ void run(benchmark::State& state, const Update& update) {
     for ([[maybe_unused]] auto _ : state)
         update(file.path(), products);
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
-    if (read_raw(file.path()) != text) // the entry is replaced by an equal one
-        state.SkipWithError("the file is another one now");
+    if (read_raw(file.path()) != text) // the entry is replaced with an equal one
+        state.SkipWithError("the file has changed");
 }
 
 void update_kx(benchmark::State& state) {

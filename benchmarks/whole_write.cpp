@@ -1,4 +1,4 @@
-// A product from its model, and all that one product leaves on disk.
+// Construction of a product from its model, and a write of all files of a product.
 
 #include "documents.hpp"
 #include "raw_file.hpp"

@@ -1,5 +1,5 @@
-# The Debian packages: `cpack` in a build of the preset "package". Which files go where is told by the
-# components of the install rules.
+# The Debian packages: run `cpack` in a build of the preset "package". The components of the install
+# rules determine which file goes into which package.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "The kxinstall developers <kxinstall@example.org>")
@@ -11,8 +11,8 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
-# Debian names the package of a shared library by the version of its interface, so that two of them
-# can be installed side by side.
+# The package of a shared library is named after the version of the binary interface, so that two
+# versions can be installed side by side.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkxinstall-product-impl${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
@@ -30,11 +30,11 @@ set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME libkxinstall-product-impl-doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
-# What each package holds, and the components of the install rules that go into it.
+# The description of each package, and the components of the install rules that go into it.
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "The shared libraries.")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "The headers, and what compilers, CMake, pkg-config and gdb need.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "The headers, and the files that CMake, pkg-config and gdb need.")
 set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION
-  "The reference, examples, and JSON schemas of the files in an install tree.")
+  "The reference, the examples, and JSON schemas of the files in an install tree.")
 set(CPACK_COMPONENT_DOCUMENTATION_GROUP documentation)
 get_property(libraries GLOBAL PROPERTY kx_libraries)
 foreach(library IN LISTS libraries)

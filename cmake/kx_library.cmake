@@ -1,24 +1,23 @@
-# What all libraries of the project have in common.
+# Functions for all libraries of the project.
 
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
-# Beside installed siblings stand their own headers, which count, and not what include/ holds of them.
-# There a library of ours gets a folder with just the headers that it installs itself.
+# Installed siblings have their own headers, which must be used instead of those in include/. The
+# headers that a library of ours installs are then copied to a folder without those of its siblings.
 if(KX_SIBLINGS STREQUAL "system")
   set(kx_include_directory "${PROJECT_BINARY_DIR}/include")
 else()
   set(kx_include_directory "${PROJECT_SOURCE_DIR}/include")
 endif()
 
-# Language level and warnings for code of our own. Warnings are private: who links a library of ours
-# keeps the flags he had. Whether they are errors is decided by CMAKE_COMPILE_WARNING_AS_ERROR, which
-# the presets of the project's own build set.
+# Language level and warnings for our own code. The warnings are private, so that users of a library
+# keep their own flags. CMAKE_COMPILE_WARNING_AS_ERROR, which the presets set, makes them errors.
 function(kx_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-    # g++ 12 takes fright at its own operator+ of a literal and a std::string.
+    # g++ 12 warns falsely about operator+ of a literal and a std::string.
     target_compile_options(${target} PRIVATE -Wno-restrict)
   endif()
   set_target_properties(${target} PROPERTIES
@@ -28,14 +27,14 @@ function(kx_compile_options target)
     POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
-# A shared library libkx<name>, reached as kx::<name> here and wherever it is installed:
+# Adds the shared library libkx<name>. Its target is kx::<name>, here and once it is installed:
 #
 #     kx_add_library(<name>
 #       DESCRIPTION <one line>
 #       SOURCES <source>...
-#       HEADERS <header>...           what it installs, below include/
-#       [REQUIRES <name>...]          libraries of ours that its headers include
-#       [FINDS <package and version>] the package of others that its headers include
+#       HEADERS <header>...           the headers that it installs, relative to include/
+#       [REQUIRES <name>...]          our libraries whose headers its headers include
+#       [FINDS <package and version>] the external package whose headers its headers include
 #     )
 function(kx_add_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FINDS" "SOURCES;HEADERS;REQUIRES")
@@ -48,7 +47,7 @@ function(kx_add_library name)
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    # The libraries lie side by side, wherever somebody moves them to.
+    # The libraries are in one folder, which may be moved.
     INSTALL_RPATH "$ORIGIN")
 
   if(KX_SIBLINGS STREQUAL "system")
@@ -67,9 +66,9 @@ function(kx_add_library name)
   kx_install_library(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
 endfunction()
 
-# Hidden visibility does not reach what the compiler instantiates of the standard library. Exported,
-# it would be part of our binary interface, and some of it would keep the library from being
-# unloaded.
+# Hidden visibility does not apply to instantiations of templates of the standard library. If they
+# were exported, they would be part of our binary interface, and some of them would keep the library
+# from being unloaded.
 function(kx_export_our_names_only target)
   if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     set(names "${PROJECT_SOURCE_DIR}/cmake/exported_names.map")
@@ -78,9 +77,9 @@ function(kx_export_our_names_only target)
   endif()
 endfunction()
 
-# The installed library with its headers, and how CMake and pkg-config find it. Each library has two
-# install components of its own, <target>_runtime and <target>_development. Nothing of it names a folder
-# of this machine, so that the prefix can be moved.
+# Installs a library, its headers, and the files by which CMake and pkg-config find it. Each library has
+# two install components, <target>_runtime and <target>_development. No installed file contains an
+# absolute path, so that the prefix can be moved.
 function(kx_install_library target description requires finds)
   set_property(GLOBAL APPEND PROPERTY kx_libraries ${target})
   install(TARGETS ${target} EXPORT ${target}Targets

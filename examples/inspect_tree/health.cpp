@@ -26,7 +26,7 @@ using foundation::json::ValueMap;
 using foundation::json::ValueVector;
 using utils::JsonFileDiagnosis;
 
-// The line around a fault, with a caret under it. Bytes that a terminal would act on become dots; a
+// Returns the line with a fault, and a caret under the fault. Control characters become dots; a
 // long line is truncated.
 std::string excerpt(const std::string& text, std::size_t offset, std::size_t column) {
     constexpr std::size_t bytes_before = 60;
@@ -55,8 +55,8 @@ std::string described(const JsonFileDiagnosis& diagnosis, const std::string& tex
            excerpt(text, diagnosis.offset, diagnosis.column);
 }
 
-// The members of a JSON file; none if it holds no object, which is a problem then. The file is read
-// once: somebody may write it meanwhile.
+// Returns the members of a JSON file. If it does not hold an object, adds a problem and returns
+// nothing. The file is read only once, because another process may be writing it.
 std::optional<ValueMap> members(const fl::filesystem::path& path, Health& health) {
     const std::string name = fl::i18n::ustring_to_utf8(path.text());
     std::string text;
@@ -75,7 +75,8 @@ std::optional<ValueMap> members(const fl::filesystem::path& path, Health& health
     return std::move(document.get<ValueMap>());
 }
 
-// Milliseconds since the Unix epoch as ISO 8601 in UTC; none if they are no time of our calendar.
+// Returns milliseconds since the Unix epoch as ISO 8601 in UTC; nothing if `value` is not a
+// plausible time.
 std::optional<std::string> iso_time(const Value& value) {
     using namespace std::chrono;
     const auto* const number = value.get_if<double>();
@@ -95,8 +96,8 @@ std::optional<std::string> iso_time(const Value& value) {
     return text.data();
 }
 
-void inspect_record(const ValueMap& record, Health& health) {
-    for (const auto& [basecode, value] : record) {
+void inspect_record(const ValueMap& installed_record, Health& health) {
+    for (const auto& [basecode, value] : installed_record) {
         if (const auto time = iso_time(value))
             health.products.push_back(*time + "  " + basecode);
         else
@@ -106,7 +107,7 @@ void inspect_record(const ValueMap& record, Health& health) {
     std::sort(health.products.begin(), health.products.end());
 }
 
-// Notes every path that an entry lists, as a path in the file system.
+// Adds the files that an entry lists to `listed`. A missing one is a problem.
 void inspect_entry(const std::string& root, const std::string& key, const Value& paths,
                    std::set<fs::path>& listed, Health& health) {
     const auto* const elements = paths.get_if<ValueVector>();
@@ -150,8 +151,8 @@ void inspect_contents(const std::string& root, const ValueMap& contents, Health&
 Health inspect(const std::string& root) {
     Health health;
     const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
-    if (const auto record = members(utils::getInstalledProdDataPath(install_root), health))
-        inspect_record(*record, health);
+    if (const auto entries = members(utils::getInstalledProdDataPath(install_root), health))
+        inspect_record(*entries, health);
     if (const auto contents = members(utils::getContentsMapPath(install_root), health))
         inspect_contents(root, *contents, health);
     return health;

@@ -1,4 +1,4 @@
-// What is well with an install tree, and what is not.
+// The state of an install tree.
 
 #pragma once
 
@@ -10,13 +10,13 @@
 namespace inspect_tree {
 
 struct Health {
-    std::vector<std::string> products; // last write and basecode
-    std::size_t xml_files = 0;         // listed, and there
-    std::vector<std::string> notes;    // worth to know, but nothing is broken
-    std::vector<std::string> problems; // may have several lines each
+    std::vector<std::string> products; // time of the last write, and basecode
+    std::size_t xml_files = 0;         // that are listed and exist
+    std::vector<std::string> notes;    // worth knowing, but not problems
+    std::vector<std::string> problems; // each may have several lines
 };
 
-/// Looks at the tree below `root`, a path in UTF-8. Changes nothing.
+/// Inspects the tree at `root`, a path in UTF-8. Changes nothing.
 [[nodiscard]] Health inspect(const std::string& root);
 
 } // namespace inspect_tree

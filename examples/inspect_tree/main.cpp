@@ -2,7 +2,8 @@
 //
 //     inspect_tree ROOT
 //
-// Exit status: 0 if all is well, 1 if something is not, 2 if there was nothing to look at.
+// Exit status: 0 if there are no problems, 1 if there are some, 2 if the tree could not be
+// inspected.
 
 #include "health.hpp"
 

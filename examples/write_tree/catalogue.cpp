@@ -14,7 +14,7 @@ namespace write_tree {
 
 namespace {
 
-/// Why a line is no package.
+/// Why a line is malformed.
 class Malformed : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -66,8 +66,8 @@ std::vector<std::vector<Choice>> parse_dependencies(std::string_view text) {
     return dependencies;
 }
 
-// Name, version and architecture become a file name with spaces between them, which must lie in the
-// directory of products.
+// Name, version and architecture, separated by spaces, become a file name, which must not leave the
+// directory of the products.
 void check_part_of_file_name(const std::string& what, const std::string& text,
                              std::string_view unfit) {
     if (text.empty())
@@ -81,7 +81,7 @@ void check_part_of_file_name(const std::string& what, const std::string& text,
 }
 
 Package parse_line(const std::string& line) {
-    static_cast<void>(fl::i18n::utf8_to_ustring(line)); // raises if it is no UTF-8
+    static_cast<void>(fl::i18n::utf8_to_ustring(line)); // throws if it is not UTF-8
     const std::vector<std::string_view> fields = split(line, '\t');
     if (fields.size() != 6)
         throw Malformed(std::to_string(fields.size()) + " fields instead of 6");
@@ -92,7 +92,7 @@ Package parse_line(const std::string& line) {
     package.section = fields[3];
     package.dependencies = parse_dependencies(fields[4]);
     package.summary = fields[5];
-    check_part_of_file_name("name", package.name, "/:,|()"); // what ends a name in a dependency
+    check_part_of_file_name("name", package.name, "/:,|()"); // these end a name in a dependency
     check_part_of_file_name("version", package.version, "/");
     check_part_of_file_name("architecture", package.architecture, "/");
     if (package.basecode().size() + package.version.size() + package.architecture.size() +
@@ -117,7 +117,7 @@ Catalogue read_catalogue(std::istream& stream) {
                 throw Malformed(package.basecode() + " stands in line " +
                                 std::to_string(first->second) + " already");
             catalogue.packages.push_back(std::move(package));
-        } catch (const std::runtime_error& error) { // Malformed, or no UTF-8
+        } catch (const std::runtime_error& error) { // Malformed, or not UTF-8
             catalogue.faults.push_back({line, error.what()});
         }
     }

@@ -1,8 +1,9 @@
-// A catalogue of packages: one package a line, six fields with tabs between, in UTF-8:
+// A catalogue of packages, in UTF-8: one package per line, as six fields separated by tabs:
 //
 //     name  version  architecture  section  dependencies  one-line summary
 //
-// Dependencies have commas between, and the choices of one have bars: "a (>= 1), b | c, d".
+// Dependencies are separated by commas, and the choices of a dependency by bars:
+// "a (>= 1), b | c, d".
 
 #pragma once
 
@@ -13,7 +14,8 @@
 
 namespace write_tree {
 
-/// One choice of a dependency: a package's name, and what is asked of its version.
+/// One choice of a dependency: the name of a package, and a condition on its version, which may be
+/// empty.
 struct Choice {
     std::string name;
     std::string condition;
@@ -31,7 +33,7 @@ struct Package {
     [[nodiscard]] std::string basecode() const { return name + ":" + architecture; }
 };
 
-/// A line that is no package, and why.
+/// A malformed line, and what is wrong with it.
 struct Fault {
     std::size_t line = 0;
     std::string reason;
@@ -42,7 +44,7 @@ struct Catalogue {
     std::vector<Fault> faults;
 };
 
-/// Reads `stream` to its end. A malformed line becomes a fault and nothing else.
+/// Reads `stream` to its end. Each line becomes a package or a fault.
 [[nodiscard]] Catalogue read_catalogue(std::istream& stream);
 
 } // namespace write_tree

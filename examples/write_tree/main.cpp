@@ -1,9 +1,10 @@
-// Writes the packages of a catalogue as installed products into a tree:
+// Writes the packages of a catalogue as products to an install tree:
 //
 //     write_tree ROOT [CATALOGUE]
 //
 // Without CATALOGUE it reads standard input. Exit status: 0 if every line was written, 1 if a line
-// was malformed or a file could not be written, 2 if there was nothing to write or nowhere to.
+// was malformed or a file could not be written, 2 if there was nothing to write or an argument was
+// invalid.
 
 #include "catalogue.hpp"
 #include "products.hpp"
@@ -28,7 +29,7 @@ constexpr int all_written = 0;
 constexpr int some_failed = 1;
 constexpr int not_begun = 2;
 
-// One line that is written over and over, for a terminal only.
+// A line of progress that overwrites itself. Shown only on a terminal.
 class Progress {
 public:
     explicit Progress(std::size_t total) : total_(total) {}
@@ -48,7 +49,7 @@ private:
     bool on_terminal_ = isatty(STDERR_FILENO) == 1;
 };
 
-// Serialises all products, and gives the relative paths of their XML files.
+// Serialises all products, and returns the relative paths of their XML files.
 std::set<std::string> write_products(const install::ustring& install_root,
                                      const std::vector<Package>& packages,
                                      const std::vector<ProductPointer>& products) {

@@ -17,7 +17,7 @@ using install::ustring;
 using install::product_impl::ProductImpl;
 namespace model = install::datamodels::transitive_closure;
 
-// Finds the package that a dependency means, by its name.
+// Finds the package that a dependency names.
 class PackageIndex {
 public:
     explicit PackageIndex(const std::vector<Package>& packages) : packages_(packages) {
@@ -25,13 +25,13 @@ public:
             by_name_.emplace(packages[index].name, index);
     }
 
-    /// Whether the catalogue has the package for several architectures.
+    /// Returns whether the catalogue has the package for several architectures.
     [[nodiscard]] bool is_ambiguous(const std::string& name) const {
         return by_name_.count(name) > 1;
     }
 
-    /// The index of the package `name` for `architecture`, for all architectures, or for any, in
-    /// this order of preference; none if there is no such package.
+    /// Returns the index of the package `name`, and null if there is none. A package for
+    /// `architecture` is preferred, then one for all architectures, then any.
     [[nodiscard]] const std::size_t* find(const std::string& name,
                                           const std::string& architecture) const {
         const std::size_t* best = nullptr;
@@ -51,7 +51,8 @@ private:
     std::multimap<std::string, std::size_t> by_name_;
 };
 
-// What a package requires without a choice, as indexes of packages in the catalogue.
+// Returns the indexes of the packages in the catalogue that a package requires without
+// alternatives.
 std::vector<std::size_t> requirements(const Package& package, const PackageIndex& index) {
     std::vector<std::size_t> found;
     for (const auto& choices : package.dependencies)
@@ -61,8 +62,8 @@ std::vector<std::size_t> requirements(const Package& package, const PackageIndex
     return found;
 }
 
-// Text as it may stand in an XML document, between tags or between quotes. What XML has no
-// character for becomes U+FFFD.
+// Returns `text` as character data or an attribute value of an XML document. Characters that XML
+// does not allow become U+FFFD.
 ustring escaped(const std::string& text) {
     ustring result;
     for (const char16_t unit : utf8_to_ustring(text)) {
@@ -86,7 +87,7 @@ constexpr std::u16string_view xml_declaration = u"<?xml version=\"1.0\" encoding
 
 using Attributes = std::initializer_list<std::pair<std::u16string_view, std::string>>;
 
-// "<name attribute="value" ...", for the caller to close.
+// Appends `<name attribute="value" ...`; the caller closes the tag.
 void append_tag(ustring& xml, std::u16string_view name, const Attributes& attributes) {
     xml.append(u"<").append(name);
     for (const auto& [attribute, value] : attributes)
@@ -122,7 +123,7 @@ ustring locale_document(const Package& package) {
     return xml;
 }
 
-// The first two choices with what is asked of their versions, then all further names.
+// Returns the names and conditions of the first two choices, then the names of all others.
 model::AltDependency alt_dependency(const std::vector<Choice>& choices) {
     std::string further;
     for (std::size_t index = 2; index < choices.size(); ++index)
@@ -143,7 +144,7 @@ model::Product product_model(const Package& package, const std::vector<Package>&
                              const PackageIndex& index) {
     model::Product product;
     product->basecode = utf8_to_ustring(package.basecode());
-    // Name and version alone tell products apart in a tree.
+    // Only name and version distinguish the products of a tree.
     product->name =
         utf8_to_ustring(index.is_ambiguous(package.name) ? package.basecode() : package.name);
     product->number = utf8_to_ustring(std::to_string(package.line));
@@ -157,7 +158,7 @@ model::Product product_model(const Package& package, const std::vector<Package>&
     product->platformXmls.emplace_back(architecture, platform_document(package));
     product->localeXmls.emplace_back(utf8_to_ustring(locale), locale_document(package));
     for (const std::size_t required : requirements(package, index)) {
-        // A record of just the basecode: all that a product keeps of those it requires.
+        // Only the basecode is set: a product copies nothing else of those that it requires.
         model::Product stub;
         stub->basecode = utf8_to_ustring(packages[required].basecode());
         product->requiredProducts.emplace(stub->basecode, stub);

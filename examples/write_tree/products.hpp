@@ -1,4 +1,4 @@
-// From the packages of a catalogue to product objects.
+// Makes product objects of the packages of a catalogue.
 
 #pragma once
 
@@ -18,16 +18,17 @@ inline constexpr const char* locale = "en";
 /// The products of a catalogue's packages.
 class Products {
 public:
-    /// Makes the product of each package, and wires it to those that it requires. It has the name
-    /// of its package, with the architecture if the package is there for several.
+    /// Makes a product of each package, and sets the products that it requires. A product has the
+    /// name of its package, with the architecture if the catalogue has the package for several.
     explicit Products(const std::vector<Package>& packages);
     Products(const Products&) = delete;
     Products& operator=(const Products&) = delete;
 
-    /// Parts the products: those that require each other in a circle would keep each other alive.
+    /// Removes all required products: those that require each other in a cycle would otherwise keep
+    /// each other alive.
     ~Products();
 
-    /// The products, at the indexes of their packages.
+    /// Returns the products, in the order of their packages.
     [[nodiscard]] const std::vector<ProductPointer>& all() const noexcept { return products_; }
 
 private:

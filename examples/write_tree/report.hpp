@@ -1,4 +1,4 @@
-// What is to be said about a tree that was written, all of it seen on the disk.
+// A report on an install tree, from the files on disk.
 
 #pragma once
 
@@ -13,16 +13,16 @@ namespace write_tree {
 
 struct TreeCount {
     std::size_t xml_files = 0;
-    std::uintmax_t bytes = 0;         // of these and the two JSON files
-    std::vector<std::string> missing; // paths that ought to be there
+    std::uintmax_t bytes = 0;         // of the XML files and the two JSON files
+    std::vector<std::string> missing; // paths of files that do not exist
 };
 
 /// Counts the files of a tree: its two JSON files, and the XML files at `relative_paths`. The
-/// library reports no write that failed, so that only a look at the disk tells.
+/// library does not report files that could not be written, so they are looked up on disk.
 [[nodiscard]] TreeCount count_tree(const std::string& root,
                                    const std::set<std::string>& relative_paths);
 
-/// Draws the first entries of the tree, and says how many more there are.
+/// Prints the first files of the tree, and how many more there are.
 void print_top_of_tree(std::ostream& stream, const std::string& root);
 
 } // namespace write_tree

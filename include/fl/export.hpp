@@ -1,12 +1,12 @@
 /// \file
-/// Marks for what a shared library offers to others, and for what it never does.
+/// The visibility of a shared library's symbols.
 
 #pragma once
 
 #if defined(__GNUC__)
-/// Marks a class or function that others may link to.
+/// Marks a class or function that other modules may link to.
 #define KX_EXPORT __attribute__((visibility("default")))
-/// Marks an inline function whose static objects stay within the module that it is compiled into.
+/// Marks an inline function whose static objects are local to the module that it is compiled into.
 #define KX_HIDDEN __attribute__((visibility("hidden")))
 #else
 #define KX_EXPORT

@@ -1,11 +1,11 @@
 /// \file
-/// The text type, under the name by which the installer's own namespaces know it.
+/// The installer's text type, as a name in its own namespace.
 
 #pragma once
 
 #include "fl/i18n/ustring.hpp"
 
-/// The installer's own: models, components and products.
+/// The installer: models, components and products.
 namespace install {
 
 /// The text type: see fl::ustring.

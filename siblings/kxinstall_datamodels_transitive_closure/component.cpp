@@ -2,6 +2,6 @@
 
 namespace install::datamodels::transitive_closure {
 
-Component::Component() : record_(std::make_shared<Impl>()) {}
+Component::Component() : data_(std::make_shared<Impl>()) {}
 
 } // namespace install::datamodels::transitive_closure

@@ -2,7 +2,7 @@
 
 namespace install::datamodels::transitive_closure {
 
-Product::Product() : record_(std::make_shared<Impl>()) {}
+Product::Product() : data_(std::make_shared<Impl>()) {}
 
 const std::set<ustring>& Product::Impl::getPlatforms() const noexcept {
     return platforms;

@@ -1,4 +1,4 @@
-// The text of the exception that an operation raises.
+// The text of the exception that an operation throws.
 
 #pragma once
 
@@ -7,7 +7,7 @@
 
 namespace test {
 
-/// Gives what() of the Error that `operation` raises, "none" if it raises nothing; another
+/// Returns what() of the Error that `operation` throws, "none" if it throws nothing; another
 /// exception passes.
 template <class Error = std::exception, class Operation>
 std::string failure_of(const Operation& operation) {

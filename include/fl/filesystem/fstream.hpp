@@ -1,9 +1,10 @@
 /// \file
-/// The standard file streams, opened on a path in UTF-16.
+/// The standard file streams, opened by a path in UTF-16.
 ///
-/// They report as the standard streams do: by their state. A file that cannot be opened leaves
-/// failbit set and no file attached. Only a path without a native name raises, before anything is
-/// opened: see fl::filesystem::detail::make_native_access_form_with_cleanup_i18n.
+/// They report failures by their state, as the standard streams do: if the file cannot be opened,
+/// failbit is set and is_open() returns false. The constructors throw std::bad_alloc, and what
+/// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws for a path without a
+/// native name; in that case nothing has been opened.
 
 #pragma once
 
@@ -17,7 +18,7 @@
 #include <string>
 
 /// \namespace kxboost
-/// The name by which the installer knows Boost.
+/// The installer's name for Boost.
 namespace kxboost = boost;
 
 namespace fl::filesystem {
@@ -27,19 +28,19 @@ template <class CharT, class Traits = std::char_traits<CharT>>
 class basic_ifstream : private kxboost::noncopyable_::noncopyable,
                        public std::basic_ifstream<CharT, Traits> {
 public:
-    /// Opens the file at `pathname`; is_open() tells whether that went well.
+    /// Opens the file at `pathname`; is_open() returns whether that succeeded.
     explicit basic_ifstream(const ustring& pathname)
         : basic_ifstream(detail::make_native_access_form_with_cleanup_i18n(pathname)) {}
 
-    /// The same with a buffer of the caller's, `size` characters that must outlive the stream:
-    /// reading takes one system call a buffer.
+    /// The same with a buffer of the caller: `size` characters, which must outlive the stream. The
+    /// larger the buffer, the fewer system calls read the file.
     basic_ifstream(const ustring& pathname, CharT* buffer, std::streamsize size)
         : basic_ifstream(detail::make_native_access_form_with_cleanup_i18n(pathname), buffer,
                          size) {}
 
 private:
     basic_ifstream(const std::string& native_path, CharT* buffer, std::streamsize size) {
-        this->rdbuf()->pubsetbuf(buffer, size); // counts only before the file is opened
+        this->rdbuf()->pubsetbuf(buffer, size); // has no effect once the file is open
         this->open(native_path, std::ios_base::in);
     }
 
@@ -47,20 +48,21 @@ private:
         : std::basic_ifstream<CharT, Traits>(native_path, std::ios_base::in) {}
 };
 
-/// A file open for writing, with `mode` and std::ios_base::out. The destructor closes it and drops
-/// any failure of doing so; close() tells.
+/// A file open for writing. The destructor closes it and ignores a failure to do so; close()
+/// reports such a failure by failbit.
 template <class CharT, class Traits = std::char_traits<CharT>>
 class basic_ofstream : private kxboost::noncopyable_::noncopyable,
                        public std::basic_ofstream<CharT, Traits> {
 public:
-    /// Opens the file at `pathname`; is_open() tells whether that went well. Where `mode` neither
-    /// appends nor reads, the file is created or cut to nothing.
+    /// Opens the file at `pathname` with `mode` and std::ios_base::out; is_open() returns whether
+    /// that succeeded. If `mode` has neither std::ios_base::app nor std::ios_base::in, a missing
+    /// file is created and an existing one is truncated to zero length.
     basic_ofstream(const ustring& pathname, std::ios_base::openmode mode)
         : basic_ofstream(detail::make_native_access_form_with_cleanup_i18n(pathname), mode) {}
 
-    /// The same with a buffer of the caller's, `size` characters that must outlive the stream. The
-    /// stream takes no memory between cutting the file and writing to it, so that an exhausted
-    /// memory cannot leave it empty.
+    /// The same with a buffer of the caller: `size` characters, which must outlive the stream. The
+    /// stream then allocates no memory between truncating the file and writing to it, so that
+    /// running out of memory cannot leave the file empty.
     basic_ofstream(const ustring& pathname, std::ios_base::openmode mode, CharT* buffer,
                    std::streamsize size)
         : basic_ofstream(detail::make_native_access_form_with_cleanup_i18n(pathname), mode, buffer,
@@ -72,7 +74,7 @@ private:
 
     basic_ofstream(const std::string& native_path, std::ios_base::openmode mode, CharT* buffer,
                    std::streamsize size) {
-        this->rdbuf()->pubsetbuf(buffer, size); // counts only before the file is opened
+        this->rdbuf()->pubsetbuf(buffer, size); // has no effect once the file is open
         this->open(native_path, mode | std::ios_base::out);
     }
 };

@@ -1,5 +1,5 @@
 /// \file
-/// From a pathname to the narrow name that the platform's calls take.
+/// Conversion of a pathname to the narrow name that the platform's calls take.
 
 #pragma once
 
@@ -8,12 +8,14 @@
 
 #include <string>
 
-/// What paths and streams are built on. It works on the texts of paths.
+/// Operations on the text of paths, on which paths and streams are built.
 namespace fl::filesystem::detail {
 
-/// Gives `path` as fopen takes it: UTF-8 on POSIX. Raises std::invalid_argument where `path` holds
-/// U+0000, since the platform would open another file, and fl::i18n::conversion_error where it is
-/// no well-formed UTF-16.
+/// Returns `path` in the encoding that fopen takes: UTF-8 on POSIX.
+///
+/// Throws fl::i18n::conversion_error if `path` is ill-formed UTF-16; std::invalid_argument if it
+/// contains U+0000, where the platform would end the name and open another file; and
+/// std::bad_alloc.
 [[nodiscard]] KX_EXPORT std::string make_native_access_form_with_cleanup_i18n(const ustring& path);
 
 } // namespace fl::filesystem::detail

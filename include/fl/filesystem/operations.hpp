@@ -1,8 +1,8 @@
 /// \file
-/// Questions to the file system, and directories.
+/// Queries of the file system, and creation of directories.
 ///
-/// Every operation raises what fl::filesystem::detail::make_native_access_form_with_cleanup_i18n
-/// raises for a path that has no native name.
+/// For a path without a native name, every operation throws what
+/// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws.
 
 #pragma once
 
@@ -12,15 +12,16 @@
 
 namespace fl::filesystem {
 
-/// True if something is at `pathname`, links followed; false only if nothing is there. What could
-/// not be looked at is neither: std::filesystem::filesystem_error, with the path.
+/// Returns whether a file of any kind exists at `pathname`, following symbolic links. Throws
+/// std::filesystem::filesystem_error, with the path, if that cannot be determined, for example for
+/// lack of permission.
 [[nodiscard]] KX_EXPORT bool exists(const ustring& pathname);
 /// \overload
 [[nodiscard]] KX_EXPORT bool exists(const path& pathname);
 
-/// Makes the directory `pathname` with all its missing parents; one that is there stays as it is,
-/// and an empty path stands for the current directory. Raises std::filesystem::filesystem_error
-/// with the path; parents made before the failure stay.
+/// Creates the directory `pathname` and all its missing parents. A directory that exists is left as
+/// it is; an empty path names the current directory. Throws std::filesystem::filesystem_error, with
+/// the path, if a directory cannot be created; parents that were created before remain.
 KX_EXPORT void create_directories(const ustring& pathname);
 
 } // namespace fl::filesystem

@@ -1,5 +1,5 @@
 /// \file
-/// Pathnames in UTF-16. Nothing here touches a file.
+/// Pathnames in UTF-16. No operation here accesses the file system.
 
 #pragma once
 
@@ -11,21 +11,24 @@ namespace fl::filesystem {
 
 namespace detail {
 
-/// Gives `text` in the platform's native form. On POSIX that is the text itself, so that an install
-/// root keeps its length. `native` is true on every path of this system.
+/// Returns `text` in the platform's native form. On POSIX that is the text itself, so that an
+/// install root keeps its length. `native` is true for every path of the installer.
 [[nodiscard]] KX_EXPORT ustring make_native_form(const ustring& text, bool native);
 
-/// Adds `element`, which is not empty, to `path` as its last element. One separator is put between,
-/// unless `path` is empty or ends with one. An element may hold separators, but must not climb:
-/// with a component `..` in it std::invalid_argument is raised, which names the element, and `path`
-/// stays as it was. `native` is the flag of the path.
+/// Appends `element`, which must not be empty, to `path` as its last element. A separator is put
+/// between them unless `path` is empty or ends with one. `element` may contain separators. `native`
+/// is the flag of the path.
+///
+/// Throws std::invalid_argument, which names the element, if a component of `element` is `..`: the
+/// result could lie outside of the directory `path`. Throws std::bad_alloc and std::length_error.
+/// After an exception, `path` is unchanged.
 KX_EXPORT void concatenate_pathname(ustring& path, const ustring& element, bool native);
 
-/// Gives all of `path` before its last separator. The parent of the root and of what lies directly
-/// below it is the root; a path without a separator has an empty parent.
+/// Returns the part of `path` before its last separator. The parent of the root, and of a file
+/// directly below it, is the root; a path without a separator has an empty parent.
 [[nodiscard]] KX_EXPORT ustring extract_parent_path(const ustring& path);
 
-/// The type that a path keeps its text in. It is the same whatever the characters are.
+/// The type in which a path stores its text. It is the same for all character types.
 template <class NarrowChar, class WideChar>
 struct path_traits {
     using text_type = ustring; ///< UTF-16
@@ -33,25 +36,26 @@ struct path_traits {
 
 } // namespace detail
 
-/// A pathname: its text, and a flag that tells the path services to keep to the native form.
-/// `Traits` gives the type of the text, `WideChar` the character of a null-terminated element; the
-/// narrow character only tells types of paths apart.
+/// A pathname: its text, and a flag that selects the native form. `Traits` defines the type of the
+/// text, and `WideChar` is the character type of null-terminated elements. `NarrowChar` only
+/// distinguishes types of paths.
 template <class NarrowChar, class WideChar, class Traits>
 class basic_path {
 public:
-    using text_type = typename Traits::text_type; ///< what text() gives and elements are made of
+    using text_type = typename Traits::text_type; ///< the type of text() and of elements
 
-    /// An empty path, as an empty text gives it.
+    /// An empty path.
     basic_path() = default;
 
-    /// A path of the native form of `text`; an empty text gives an empty path.
+    /// The path whose text is the native form of `text`. An empty text makes an empty path.
     explicit basic_path(const text_type& text) {
         if (!text.empty())
             text_ = detail::make_native_form(text, native_);
     }
 
-    /// Adds `element` as the last element, with a separator between. An empty one adds nothing.
-    /// Raises std::invalid_argument, and changes nothing, where `element` has a component `..`.
+    /// Appends `element` as the last element, with a separator between. An empty one adds nothing.
+    /// Throws std::invalid_argument if a component of `element` is `..`, and std::bad_alloc; the
+    /// path is then unchanged.
     basic_path& append_element(const text_type& element) {
         if (!element.empty())
             detail::concatenate_pathname(text_, element, native_);
@@ -63,7 +67,7 @@ public:
         return element == nullptr ? *this : append_element(text_type(element));
     }
 
-    /// The pathname. The reference holds as long as the path lives and is not changed.
+    /// Returns the text. The reference is valid until the path is modified or destroyed.
     [[nodiscard]] const text_type& text() const noexcept { return text_; }
 
 private:
@@ -71,7 +75,7 @@ private:
     bool native_ = true;
 };
 
-/// The one kind of path that the installer has.
+/// The installer's type of paths.
 using path = basic_path<char, char16_t, detail::path_traits<char, char16_t>>;
 
 } // namespace fl::filesystem

@@ -1,8 +1,8 @@
 /// \file
-/// Conversion between the two encodings of the installer: UTF-16 in its texts, UTF-8 in its files.
+/// Conversion between the two encodings of the installer: UTF-16 in memory, UTF-8 in files.
 ///
-/// Both directions are strict. A replacement character in a path or a key would be a silent loss,
-/// so that ill-formed text raises instead.
+/// Both directions are strict: ill-formed text throws, because a replacement character in a path or
+/// a key would change it silently.
 
 #pragma once
 
@@ -16,28 +16,30 @@
 /// Texts: their conversion, and the classes of their characters.
 namespace fl::i18n {
 
-/// A text that is not well-formed in its encoding. what() names the encoding and the offset.
+/// Reports a text that is ill-formed in its encoding. what() names the encoding and the offset.
 class KX_EXPORT conversion_error : public std::runtime_error {
 public:
-    /// The fault at `offset`, in code units, of a text that was to be in `encoding`.
+    /// The error for a text that is ill-formed in `encoding`, from `offset` on, in code units.
     conversion_error(const std::string& encoding, std::size_t offset);
 
-    /// Defined in the library, which makes the type one and the same for all who catch it.
+    /// Defined in the library, so that the type is the same in every module that catches it.
     ~conversion_error() override;
 
-    /// Where the first fault begins, in code units of the text that was to be converted: bytes of
-    /// UTF-8, 16-bit units of UTF-16.
+    /// Returns where the first fault begins, in code units of the source text: bytes of UTF-8,
+    /// 16-bit units of UTF-16.
     [[nodiscard]] std::size_t offset() const noexcept { return offset_; }
 
 private:
     std::size_t offset_;
 };
 
-/// Gives `text` in UTF-8, U+0000 included. Raises conversion_error on an unpaired surrogate.
+/// Returns `text` in UTF-8. U+0000 is converted like any other character. Throws conversion_error
+/// on an unpaired surrogate, and std::bad_alloc.
 [[nodiscard]] KX_EXPORT std::string ustring_to_utf8(const ustring& text);
 
-/// Gives the UTF-8 `text` in UTF-16, U+0000 included. Raises conversion_error on ill-formed UTF-8
-/// (overlong forms and encoded surrogates too).
+/// Returns the UTF-8 `text` in UTF-16. U+0000 is converted like any other character. Throws
+/// conversion_error on ill-formed UTF-8, which includes overlong forms and encoded surrogates, and
+/// std::bad_alloc.
 [[nodiscard]] KX_EXPORT ustring utf8_to_ustring(const std::string& text);
 
 } // namespace fl::i18n

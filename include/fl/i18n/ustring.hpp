@@ -5,12 +5,11 @@
 
 #include <string>
 
-/// What the installer is built on: texts and files.
+/// Texts and files, on which the installer is built.
 namespace fl {
 
-/// A text in UTF-16. Lengths and positions count 16-bit code units, and texts sort by them. The
-/// type promises nothing about well-formedness: unpaired surrogates are found where a text is
-/// converted.
+/// A text in UTF-16. Lengths and positions count 16-bit code units, and texts compare by them. A
+/// text may be ill-formed: its conversion to UTF-8 reports an unpaired surrogate.
 using ustring = std::u16string;
 
 } // namespace fl

@@ -16,71 +16,72 @@ namespace foundation::json {
 
 /// A JSON value.
 ///
-/// It holds one of ten alternatives (foundation/json/traits.hpp) and says by its tag which. It has
-/// value semantics: every node of a tree has one owner, and a copy is deep. Nothing converts: a
-/// getter gives the alternative that is held, or raises. Const operations may run at the same time.
+/// It holds one of ten alternatives (foundation/json/traits.hpp), and its tag says which. It has
+/// value semantics: every node of a tree has one owner, and a copy is deep. Nothing is converted: a
+/// getter returns the alternative that is held, or fails. Const operations may run concurrently.
 ///
-/// Copying, assigning and destroying a tree recurse over its depth. The reader bounds the depth of
-/// what it reads (detail::max_nesting_depth); who builds deeper trees by hand answers for the
-/// stack.
+/// Copying, assigning and destroying a tree recurse over its depth. The reader limits the depth of
+/// what it reads (detail::max_nesting_depth). A tree that a program builds deeper than that may
+/// exhaust the stack.
 class Value {
 public:
     /// Holds Undefined.
     Value() noexcept = default;
 
-    /// Holds `content`. The type must be an alternative to the letter: neither an int nor a
-    /// character array quietly becomes something else. Raises std::bad_alloc for a vector or a map.
+    /// Holds `content`. T must be exactly one of the alternatives, so that an int or a character
+    /// array is not converted silently. Throws std::bad_alloc if T is a vector or a map.
     template <Alternative T>
     explicit Value(T content) {
         emplace<T>(std::move(content));
     }
 
-    /// A deep copy. Raises std::bad_alloc.
+    /// A deep copy of `source`. Throws std::bad_alloc.
     KX_EXPORT Value(const Value& source);
 
-    /// Takes over the content of `source` without taking memory. `source` keeps its tag; its
-    /// string, vector or map is empty.
+    /// Moves the content of `source` without allocating memory. `source` keeps its tag; its string,
+    /// vector or map is then empty.
     Value(Value&& source) noexcept { take_content(source); }
 
-    /// Makes this a deep copy of `source`; one may be a part of the other. With equal tags the
-    /// content is assigned in place: elements on both sides one by one.
+    /// Makes this a deep copy of `source`; one may be a part of the other. If both have the same
+    /// tag, the content is assigned in-place, and arrays element by element.
     ///
-    /// Raises std::bad_alloc. A string that failed to be copied over another alternative leaves
-    /// this as it was. A vector or a map that failed to be copied over another alternative leaves a
-    /// bool of no particular value, the old content being gone; over its like, it leaves one of no
-    /// particular content.
+    /// Throws std::bad_alloc. If `source` holds a string, or one is a part of the other, this is
+    /// then unchanged. Otherwise, if both held a vector, or both a map, this still holds one, with
+    /// unspecified content; if not, this holds a bool of unspecified value.
     KX_EXPORT Value& operator=(const Value& source);
 
-    /// Takes over the content of `source` without taking memory. With equal tags two vectors or two
-    /// maps are exchanged; otherwise `source` keeps its tag and is left empty. Neither may be a
-    /// part of the other: move `source` into a Value of its own first.
+    /// Moves the content of `source` without allocating memory. Two vectors or two maps are
+    /// swapped; otherwise `source` keeps its tag, and its string, vector or map is then empty.
+    /// Neither may be a part of the other: to assign a part, move it into a separate Value first.
     Value& operator=(Value&& source) noexcept;
 
-    /// Destroys the tree below, recursing over its depth.
+    /// Destroys the whole tree, recursing over its depth.
     ~Value() { destroy_content(); }
 
-    /// Which alternative is held: its traits<T>::tag, 0 to 9.
+    /// Returns the traits<T>::tag, 0 to 9, of the alternative that is held.
     [[nodiscard]] int tag() const noexcept { return tag_; }
 
-    /// Points to the content, if it is a T, and is null otherwise. The pointer holds until the
-    /// value is assigned or destroyed.
+    /// Returns a pointer to the content if it is a T, and null otherwise. The pointer is valid
+    /// until the Value is assigned to, moved from or destroyed.
     template <Alternative T>
     [[nodiscard]] const T* get_if() const noexcept;
 
-    /// Refers to the content, if it is a T. Otherwise raises std::runtime_error with the text
-    /// "invalid conversion: FROM to TO", both names those of traits<>::name.
+    /// Returns a reference to the content if it is a T, valid as long as the pointer that get_if
+    /// returns. Otherwise throws std::runtime_error with the text "invalid conversion: FROM to TO",
+    /// where both names are those of traits<>::name.
     template <Alternative T>
     [[nodiscard]] const T& get() const;
 
-    /// The same, for changing the content in place. On a vector or map that was moved from it may
-    /// have to take memory and raise std::bad_alloc.
+    /// The same, for changing the content in-place. May also throw std::bad_alloc if the vector or
+    /// map was moved from, because it then allocates an empty one.
     template <Alternative T>
     [[nodiscard]] T& get();
 
 private:
-    // A holder is a heap-allocated container; it lets a Value contain Values. It is null only in a
-    // Value that was moved from, where it stands for an empty container: so a move takes no memory,
-    // cannot fail, and lets vectors of Values grow without copying a tree.
+    // A holder is a heap-allocated container, because a Value cannot contain a container of Values
+    // directly. It is null only in a Value that was moved from, where null means an empty
+    // container. A move therefore allocates nothing and cannot fail, and vectors of Values grow
+    // without copying a tree.
     template <class T>
     static constexpr bool is_held = std::is_same_v<T, ValueVector> || std::is_same_v<T, ValueMap>;
 
@@ -88,7 +89,7 @@ private:
         Content() noexcept : undefined() {}
         Content(const Content&) = delete;
         Content& operator=(const Content&) = delete;
-        ~Content() {} // the Value knows what there is to destroy
+        ~Content() {} // the Value destroys the member that is in use
 
         Undefined undefined;
         Null null;
@@ -102,31 +103,32 @@ private:
         unsigned long long unsigned_integer;
     };
 
-    // The member of `content` that belongs to T; for a vector or a map, the pointer to its holder.
+    // Returns the member of `content` for T; for a vector or a map, the pointer to its holder.
     template <class T, class AnyContent>
     static auto& slot(AnyContent& content) noexcept;
 
-    // What a Value that was moved from shows: an empty container that is never destroyed, so that
-    // looking at a Value takes none of the code that destroys one. Hidden, because g++ would make
-    // it unique in the process otherwise, and keep a plug-in that reads a Value from unloading.
+    // Returns the empty container that a Value shows after it was moved from. It is never
+    // destroyed, so that a module which only reads Values does not need the code that destroys
+    // them. Hidden, because g++ would otherwise make it unique in the process, which keeps a
+    // plug-in that reads Values from being unloaded.
     template <class T>
     KX_HIDDEN static const T& empty_container() noexcept;
 
-    // Makes T the alternative of a Value that has no content.
+    // Makes T the alternative. The Value must have no content to destroy.
     template <class T>
     void emplace(std::type_identity_t<T>&& content);
 
-    // Whether there is anything to destroy.
+    // Returns whether the content must be destroyed.
     [[nodiscard]] bool has_destructible_content() const noexcept {
         return tag_ >= traits<std::string>::tag && tag_ <= traits<ValueMap>::tag;
     }
 
-    // After this the Value has no content, and its tag is for the caller to set.
+    // Destroys the content. The caller must set the tag afterwards.
     void destroy_content() noexcept;
     KX_EXPORT void destroy_held_content() noexcept;
 
-    // For a Value without destructible content. Inline, as are the operations that end here: trees
-    // are built out of moves.
+    // Moves the content of `source`. The Value must have no content to destroy. Inline, because
+    // trees are built by moves.
     void take_content(Value& source) noexcept;
     void take_scalar(const Value& source) noexcept;
     KX_EXPORT void move_assign(Value& source) noexcept;

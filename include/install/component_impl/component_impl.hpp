@@ -10,22 +10,22 @@
 /// Components as objects.
 namespace install::component_impl {
 
-/// A snapshot of a component's model: it keeps nothing of the model itself.
+/// A component. It holds a copy of its model's data, and no reference to the model.
 class KX_EXPORT ComponentImpl {
 public:
-    /// Copies both texts out of `model`. Raises std::bad_alloc.
+    /// Copies both texts of `model`. Throws std::bad_alloc.
     explicit ComponentImpl(const datamodels::transitive_closure::Component& model);
 
     /// Components are shared, not copied: see product_api::ComponentMap.
     ComponentImpl(const ComponentImpl&) = delete;
-    /// Components never change.
+    /// Components are immutable.
     ComponentImpl& operator=(const ComponentImpl&) = delete;
     /// Virtual, so that derived components can be held as this class.
     virtual ~ComponentImpl();
 
-    /// A copy of the key by which products know the component.
+    /// Returns the key of the component in product_api::ComponentMap. Throws std::bad_alloc.
     [[nodiscard]] ustring getComponentKey() const;
-    /// The name, as the model had it.
+    /// Returns the name in the model. Throws std::bad_alloc.
     [[nodiscard]] ustring getName() const;
 
 private:

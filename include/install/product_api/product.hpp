@@ -22,13 +22,13 @@ namespace install::product_api {
 
 class Product;
 
-/// Required products under keys of the caller's choice, shared with whoever else holds them.
+/// Required products by keys that the caller chooses. The products are shared.
 using RequiredProductMap = std::map<ustring, std::shared_ptr<Product>>;
 
-/// Components by their component key, shared with whoever else holds them.
+/// Components by their component keys. The components are shared.
 using ComponentMap = std::map<ustring, std::shared_ptr<const component_impl::ComponentImpl>>;
 
-/// An alternative dependency: five texts in UTF-8, as the product's model gave them.
+/// An alternative dependency: the five texts in the product's model, in UTF-8.
 struct AltDependency {
     /// Copies the five texts.
     AltDependency(const std::string& field1, const std::string& field2, const std::string& field3,
@@ -46,76 +46,92 @@ struct AltDependency {
     std::string altField5; ///< field5 of the model
 };
 
-/// A product: a snapshot that answers questions and can leave itself on disk.
+/// A product: a copy of its model's data, which can be queried and written to an install tree.
 ///
-/// Getters give values of the caller's own, never references into the object, and fail only with
-/// std::bad_alloc, which all other operations may raise too. Texts are those of the product's
-/// model, in UTF-16. What is said to be passed on is interpreted by nobody here. Const operations
-/// may run at the same time; setRequiredProducts must not run beside any other call on the same
-/// object. The order of the virtual operations is part of the binary interface.
+/// Getters return copies, which belong to the caller, and throw nothing but std::bad_alloc. All
+/// other operations may throw std::bad_alloc too. Texts are UTF-16, as in the product's model. A
+/// field that is "passed on" is not interpreted: it is returned as the model has it. Const
+/// operations may run concurrently; setRequiredProducts must not run at the same time as any other
+/// operation on the same object. The order of the virtual operations is part of the binary
+/// interface.
 class KX_EXPORT Product {
 public:
-    /// Public and virtual: products are owned through this class.
+    /// Public and virtual, because products are owned through this class.
     virtual ~Product();
 
-    /// The key of the product's entry in the installed record.
+    /// Returns the key of the product's entry in the installed record.
     [[nodiscard]] virtual ustring getBasecode() const = 0;
-    /// The first part of the product key, which names files and the entry in the contents map.
+    /// Returns the first part of the product key, which names the documents and the entry in the
+    /// contents map.
     [[nodiscard]] virtual ustring getName() const = 0;
-    /// The product's number, as text; passed on.
+    /// Returns the product's number, any text; passed on.
     [[nodiscard]] virtual ustring getNumber() const = 0;
-    /// The product's type, as text; passed on.
+    /// Returns the product's type, any text; passed on.
     [[nodiscard]] virtual ustring getType() const = 0;
-    /// The second part of the product key.
+    /// Returns the second part of the product key.
     [[nodiscard]] virtual ustring getVersion() const = 0;
-    /// The product's release, as text; passed on.
+    /// Returns the product's release, any text; passed on.
     [[nodiscard]] virtual ustring getRelease() const = 0;
-    /// What the model says of the release; passed on.
+    /// Returns the description of the release; passed on.
     [[nodiscard]] virtual ustring getReleaseDescription() const = 0;
-    /// The model's flag, passed on.
+    /// Returns whether the model marks the product as controlling; passed on.
     [[nodiscard]] virtual bool isControlling() const = 0;
-    /// The model's installed date, bit for bit; no clock and no file is asked.
+    /// Returns the model's installed date, in the unit of the model; passed on. The installed
+    /// record is not read.
     [[nodiscard]] virtual std::int64_t getInstalledDate() const = 0;
-    /// The platforms of the product. Which documents get written does not depend on them.
+    /// Returns the platforms of the product; passed on. The documents that are written do not
+    /// depend on them.
     [[nodiscard]] virtual std::set<ustring> getPlatforms() const = 0;
-    /// What the last setRequiredProducts gave, empty before; the products are shared, not cloned.
+    /// Returns the map that was last passed to setRequiredProducts; empty before the first call.
+    /// The products in it are shared, not copied.
     [[nodiscard]] virtual RequiredProductMap getRequiredProducts() const = 0;
-    /// The basecodes that the model listed, in its order. Never compared with getRequiredProducts.
+    /// Returns the basecodes of the products that the model requires, in the model's order. They do
+    /// not depend on setRequiredProducts.
     [[nodiscard]] virtual std::vector<ustring> getRequiredProductsBasecodes() const = 0;
-    /// Replaces the required products as a whole, and gives up the share in the former ones. Which
-    /// ones are held after std::bad_alloc is open.
+    /// Replaces all required products, and releases the former ones. After std::bad_alloc it is
+    /// unspecified which ones the product has.
     virtual void setRequiredProducts(const RequiredProductMap& products) = 0;
-    /// The directly required components, shared, not cloned.
+    /// Returns the directly required components. They are shared, not copied.
     [[nodiscard]] virtual ComponentMap getComponents() const = 0;
 
-    /// Writes the product into the tree below `installRoot`: its XML documents for `platforms` and
-    /// `locale`, its entry in the contents map, and the time of this write in the installed record.
+    /// Writes the product to the install tree in the directory `installRoot`: its XML documents for
+    /// `platforms` and `locale`, its entry in the contents map, and the time of this write in the
+    /// installed record. Existing files are overwritten in-place.
     ///
-    /// Tags are UTF-8; one without a document is passed over. A file that cannot be written is
-    /// passed over without a sign. Raises std::runtime_error where a JSON file is there but does
-    /// not hold an object, which leaves that file as it was; std::filesystem::filesystem_error
-    /// where a directory cannot be made or a file not be looked at; std::invalid_argument where
-    /// name, version or a tag would climb out of the tree, or one of them or the root holds U+0000;
-    /// fl::i18n::conversion_error where a text is ill-formed. What was written before stays.
+    /// Tags are UTF-8; one without a document is skipped. A file that cannot be written is skipped,
+    /// and nothing is reported. Directories are created only for documents: in a new tree, a write
+    /// without documents leaves no files.
     ///
-    /// Nothing guards the tree: the caller keeps writes below one root apart.
+    /// Throws
+    /// - std::runtime_error if a JSON file exists but cannot be read or does not begin with an
+    ///   object; that file is unchanged;
+    /// - std::filesystem::filesystem_error if a directory cannot be created, or if it cannot be
+    ///   determined whether a file exists;
+    /// - std::invalid_argument if the path of a document has a component `..` or U+0000 from name,
+    ///   version or tag, or if `installRoot` contains U+0000;
+    /// - fl::i18n::conversion_error if basecode, name, version or `installRoot` is ill-formed
+    ///   UTF-16.
+    ///
+    /// Files that were written before an exception remain.
+    ///
+    /// There is no lock: the caller must not let two writes to the same tree overlap.
     virtual void serialize(const ustring& installRoot, const std::vector<std::string>& platforms,
                            const std::string& locale) const = 0;
 
-    /// Writes the XML documents alone: those of `platforms`, then those of `locales`, each in the
-    /// order of its list. Raises as serialize does.
+    /// Writes only the XML documents: those of `platforms`, then those of `locales`, each in the
+    /// order of the list. Throws as serialize does.
     virtual void writeXml(const ustring& installRoot, const std::vector<std::string>& platforms,
                           const std::vector<std::string>& locales) const = 0;
 
-    /// The model's alternative dependencies in its order, in UTF-8.
+    /// Returns the alternative dependencies in the model's order, in UTF-8; passed on.
     [[nodiscard]] virtual std::vector<AltDependency> getAltDependencies() const = 0;
 
 protected:
-    /// For derived classes, like the copies: nobody copies a product without knowing its class.
+    /// Protected, like the copies, so that only derived classes can be created and copied.
     Product() = default;
-    /// Copies nothing, as there is no state here.
+    /// Copies nothing, because this class has no data.
     Product(const Product&) = default;
-    /// Copies nothing either.
+    /// Copies nothing, likewise.
     Product& operator=(const Product&) = default;
 };
 

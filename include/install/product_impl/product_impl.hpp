@@ -16,32 +16,32 @@
 #include <string>
 #include <vector>
 
-/// The product, and what it leaves on disk.
+/// The product object, and the files that it writes.
 namespace install::product_impl {
 
 using product_api::AltDependency;
 using product_api::ComponentMap;
 using product_api::RequiredProductMap;
 
-/// The whole text of an XML document by its platform or locale, both in UTF-8. Tags match byte for
-/// byte.
+/// The whole texts of XML documents by their tags, those of platforms or of locales, all in UTF-8.
+/// Tags are compared byte by byte.
 using XmlMap = std::map<std::string, std::string>;
 
-/// The product object: built from a model once, constant from then on but for its required
-/// products.
+/// The product object. It is made from a model once, and constant after that, except for its
+/// required products.
 class KX_EXPORT ProductImpl : public product_api::Product {
 public:
-    /// Copies what it needs out of `model` and keeps no reference to it. Of several documents for
-    /// one platform or locale, and of several components with one key, the first counts.
+    /// Copies the data of `model` and keeps no reference to it. Of several documents for the same
+    /// platform or locale, and of several components with the same key, the first one is used.
     ///
-    /// Raises std::bad_alloc, fl::i18n::conversion_error where the tag or text of a document or an
-    /// alternative dependency is ill-formed UTF-16, and whatever making a component raises.
+    /// Throws std::bad_alloc; fl::i18n::conversion_error if a document, its tag or an alternative
+    /// dependency is ill-formed UTF-16; and what the constructor of a component throws.
     explicit ProductImpl(const datamodels::transitive_closure::Product& model);
     /// Products are shared, not copied: see product_api::RequiredProductMap.
     ProductImpl(const ProductImpl&) = delete;
-    /// What a product was built from stays.
+    /// A product keeps the data that it was made from.
     ProductImpl& operator=(const ProductImpl&) = delete;
-    /// Gives up the shares in components and required products.
+    /// Releases its components and required products.
     ~ProductImpl() override;
 
     [[nodiscard]] ustring getBasecode() const override;
@@ -66,87 +66,92 @@ public:
     [[nodiscard]] std::vector<AltDependency> getAltDependencies() const override;
 
     /// \name Conversions
-    /// Each reads one part of `model`, uses nothing of this object, and gives a finished container.
-    /// The constructor is made of them, and raises what they raise.
+    /// Each returns one part of `model`, converted, and does not use this object. The constructor
+    /// calls all of them, and they throw as it does.
     /// @{
 
-    /// The basecodes of the products that `model` requires, in the order of its keys.
+    /// Returns the basecodes of the products that `model` requires, in the order of its keys.
     [[nodiscard]] std::vector<ustring> convertToInstallerRequiredProductsBasecodes(
         const datamodels::transitive_closure::Product& model);
 
-    /// An object for each component, by its own key. Of several with one key, the first counts; the
-    /// others are made too, so that one which cannot be made never goes unnoticed.
+    /// Returns a component object for each component, by its component key. Of several with the
+    /// same key, the first one is used. The others are constructed too, so that a failure to
+    /// construct one is always reported.
     [[nodiscard]] ComponentMap
     convertToInstallerComponents(const datamodels::transitive_closure::Product& model);
 
-    /// The documents by platform, both in UTF-8. Of several for one platform, the first counts.
+    /// Returns the documents by platform, in UTF-8. Of several for the same platform, the first one
+    /// is used.
     [[nodiscard]] XmlMap
     converToInstallerPlatformXmls(const datamodels::transitive_closure::Product& model);
 
-    /// The documents by locale, likewise.
+    /// Returns the documents by locale, likewise.
     [[nodiscard]] XmlMap
     converToInstallerLocaleXmls(const datamodels::transitive_closure::Product& model);
 
-    /// The alternative dependencies in their order, in UTF-8.
+    /// Returns the alternative dependencies in the order of `model`, in UTF-8.
     [[nodiscard]] std::vector<AltDependency>
     convertToInstallerAltDependencies(const datamodels::transitive_closure::Product& model);
     /// @}
 
-    /// Whether the product has a document for this platform; the document may be empty.
+    /// Returns whether the product has a document, even an empty one, for this platform.
     [[nodiscard]] bool shouldWritePlatformXml(const std::string& platform) const;
-    /// The same for a locale.
+    /// Returns whether the product has a document, even an empty one, for this locale.
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
     /// \name Stages of serialize
-    /// All raise as serialize does; paths and keys are those of
+    /// All throw as serialize does. Paths and keys are those of
     /// install/product_impl/utils/paths.hpp.
     /// @{
 
-    /// The virtual writeXml with `locale` as its only locale.
+    /// Calls the virtual writeXml with `locale` as the only locale.
     void writeXml(const ustring& installRoot, const std::vector<std::string>& platforms,
                   const std::string& locale) const;
 
-    /// Makes the directory of the products and writes one document. Raises std::out_of_range with
-    /// "map::at:  key not found", the directory being made by then, where there is no such
-    /// document.
+    /// Creates the directory of the document for `platform`, and writes the document. If there is
+    /// none, throws std::out_of_range with "map::at:  key not found"; the directory has been
+    /// created by then. Throws fl::i18n::conversion_error if `platform` is ill-formed UTF-8.
     void writePlatformXml(const ustring& installRoot, const std::string& platform) const;
-    /// The same with a document for a locale.
+    /// The same for a locale.
     void writeLocaleXml(const ustring& installRoot, const std::string& locale) const;
 
-    /// Creates the contents map, or replaces this product's entry in it.
+    /// Creates the contents map if it does not exist; otherwise replaces this product's entry in
+    /// it, or adds one.
     void writeContentsMap(const ustring& installRoot, const std::vector<std::string>& platforms,
                           const std::string& locale) const;
 
-    /// Writes a contents map of just this product to `filePath`.
+    /// Writes a contents map with only this product's entry to `filePath`.
     void createContentsMap(const ustring& installRoot, const ustring& filePath,
                            const std::vector<std::string>& platforms,
                            const std::string& locale) const;
 
-    /// Reads the contents map at `filePath`, replaces this product's entry and rewrites the file.
+    /// Reads the contents map at `filePath`, replaces or adds this product's entry, and rewrites
+    /// the file.
     void addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                const std::vector<std::string>& platforms,
                                const std::string& locale) const;
 
-    /// The paths, below the install root, of the documents that writeXml writes for the same
-    /// arguments, in the same order: strings in UTF-8.
+    /// Returns the paths, relative to the install root, of the documents that writeXml writes for
+    /// the same arguments, in the same order, as strings in UTF-8.
     [[nodiscard]] foundation::json::ValueVector
     getRelativeXmlPaths(const ustring& installRoot, const std::vector<std::string>& platforms,
                         const std::string& locale) const;
 
-    /// Creates the installed record, or replaces this product's entry in it: basecode to the time
-    /// of this write, in milliseconds since the Unix epoch.
+    /// Creates the installed record if it does not exist; otherwise replaces this product's entry
+    /// in it, or adds one. The entry maps the basecode to the time of this write, in milliseconds
+    /// since the Unix epoch.
     void writeInstalledProdData(const ustring& installRoot) const;
 
-    /// Writes an installed record of just this product to `filePath`.
+    /// Writes an installed record with only this product's entry to `filePath`.
     void createInstalledProdData(const fl::filesystem::path& filePath) const;
 
-    /// Reads the installed record at `filePath`, replaces this product's entry and rewrites the
-    /// file.
+    /// Reads the installed record at `filePath`, replaces or adds this product's entry, and
+    /// rewrites the file.
     void addEntryInInstalledProdData(const fl::filesystem::path& filePath) const;
     /// @}
 
 private:
-    // Constant after construction, but for requiredProducts_.
+    // All but requiredProducts_ are constant after construction.
     ustring basecode_;
     ustring name_;
     ustring number_;

@@ -1,5 +1,5 @@
 /// \file
-/// Small conversions that the JSON reader is built on.
+/// Small conversions that the JSON reader uses.
 
 #pragma once
 
@@ -9,18 +9,19 @@
 
 namespace foundation::json::detail {
 
-/// A place in the text that is read.
+/// A position in the text that is read.
 using Iterator = std::string::const_iterator;
 
-/// Gives the bytes from `first` up to `last`.
+/// Returns the bytes from `first` up to, and without, `last`. Throws std::bad_alloc.
 [[nodiscard]] KX_EXPORT std::string get_utf8_string(Iterator first, Iterator last);
 
-/// Gives the number that the NUL-terminated `token` stands for: correctly rounded, in any locale,
-/// leading zeros allowed. Beyond the range of a double it is infinity with the token's sign, below
-/// the smallest double the nearest of the small values, zero among them.
+/// Returns the number that the NUL-terminated `token` represents, correctly rounded, whatever the
+/// locale. Leading zeros are allowed. A number that is too large for a double becomes infinity with
+/// the same sign; one that is too small becomes the nearest subnormal number or zero.
 [[nodiscard]] KX_EXPORT double string_to_double(const char* token) noexcept;
 
-/// Gives `count` UTF-16 units as UTF-8. An unpaired surrogate becomes U+FFFD.
+/// Returns the `count` UTF-16 units at `units` in UTF-8. An unpaired surrogate becomes U+FFFD.
+/// Throws std::bad_alloc.
 [[nodiscard]] KX_EXPORT std::string u16_to_u8(const char16_t* units, int count);
 
 } // namespace foundation::json::detail

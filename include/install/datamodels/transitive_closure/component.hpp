@@ -1,5 +1,5 @@
 /// \file
-/// The model of a component, as input of the installer's objects.
+/// The model of a component, from which the installer's objects are made.
 
 #pragma once
 
@@ -9,41 +9,40 @@
 #include <memory>
 
 /// \namespace install::datamodels
-/// What the installer's objects are made from.
+/// The models from which the installer's objects are made.
 
-/// Models of products and components together with all that they require.
+/// Models of products and components, with all that they require.
 namespace install::datamodels::transitive_closure {
 
-/// A handle to a component's record. It always has one, and its copies share it; the record lives
-/// until the last of them is gone.
+/// A handle to the data of a component. Copies of a handle share the data, which is destroyed with
+/// the last of them. A handle is never null.
 class Component {
 public:
     struct Impl;
 
-    /// A handle to a new, empty record. Raises std::bad_alloc.
+    /// A handle to new, empty data. Throws std::bad_alloc.
     KX_EXPORT Component();
 
-    /// Shares the record of the other. Handles are not moved: one that was moved from would be left
-    /// without its record.
+    /// Shares the data of the other handle. There is no move, because it would leave a null handle.
     Component(const Component&) = default;
-    /// Shares the other's record, and gives up the share in its own.
+    /// Releases its own data, and shares that of the other handle.
     Component& operator=(const Component&) = default;
-    /// The last handle takes the record with it.
+    /// Destroys the data if no other handle shares it.
     ~Component() = default;
 
-    /// Gives the record to read and to fill, through a const handle too.
-    [[nodiscard]] Impl* operator->() const noexcept { return record_.get(); }
-    /// The same as a reference.
-    [[nodiscard]] Impl& operator*() const noexcept { return *record_; }
+    /// Returns a pointer to the data, which can be modified through a const handle too.
+    [[nodiscard]] Impl* operator->() const noexcept { return data_.get(); }
+    /// Returns a reference to the data, likewise.
+    [[nodiscard]] Impl& operator*() const noexcept { return *data_; }
 
 private:
-    std::shared_ptr<Impl> record_;
+    std::shared_ptr<Impl> data_;
 };
 
-/// What is known of a component. Texts are UTF-16, and kept as they are.
+/// The data of a component. Texts are UTF-16, and are not checked.
 struct Component::Impl {
-    ustring componentKey; ///< by which the component is found in a product
-    ustring name;         ///< passed on
+    ustring componentKey; ///< the key of the component in its product
+    ustring name;         ///< returned by the component as it is
 };
 
 } // namespace install::datamodels::transitive_closure

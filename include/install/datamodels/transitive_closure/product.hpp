@@ -1,7 +1,7 @@
 /// \file
-/// The model of a product, as input of the installer's objects.
+/// The model of a product, from which the installer's objects are made.
 ///
-/// A caller fills the record through the handle, field by field:
+/// A caller fills in the data through the handle, field by field:
 ///
 ///     Product model;
 ///     model->name = u"Sample Tool";
@@ -23,35 +23,35 @@
 
 namespace install::datamodels::transitive_closure {
 
-/// A handle to a product's record. It always has one, and its copies share it; the record lives
-/// until the last of them is gone. Records that require each other in a circle keep each other
-/// alive: who builds one takes it apart again, or requires a record that holds just the basecode.
+/// A handle to the data of a product. Copies of a handle share the data, which is destroyed with
+/// the last of them. A handle is never null.
+///
+/// Products that require each other in a cycle keep each other alive. To avoid a leak, break the
+/// cycle after use, or let a product require models that hold just a basecode.
 class Product {
 public:
     struct Impl;
 
-    /// A handle to a new, empty record. Raises std::bad_alloc.
+    /// A handle to new, empty data. Throws std::bad_alloc.
     KX_EXPORT Product();
 
-    /// Shares the record of the other. Handles are not moved: one that was moved from would be left
-    /// without its record.
+    /// Shares the data of the other handle. There is no move, because it would leave a null handle.
     Product(const Product&) = default;
-    /// Shares the other's record, and gives up the share in its own.
+    /// Releases its own data, and shares that of the other handle.
     Product& operator=(const Product&) = default;
-    /// The last handle takes the record with it.
+    /// Destroys the data if no other handle shares it.
     ~Product() = default;
 
-    /// Gives the record to read and to fill, through a const handle too.
-    [[nodiscard]] Impl* operator->() const noexcept { return record_.get(); }
-    /// The same as a reference.
-    [[nodiscard]] Impl& operator*() const noexcept { return *record_; }
+    /// Returns a pointer to the data, which can be modified through a const handle too.
+    [[nodiscard]] Impl* operator->() const noexcept { return data_.get(); }
+    /// Returns a reference to the data, likewise.
+    [[nodiscard]] Impl& operator*() const noexcept { return *data_; }
 
 private:
-    std::shared_ptr<Impl> record_;
+    std::shared_ptr<Impl> data_;
 };
 
-/// An alternative dependency: five texts in UTF-16, whose meaning is a matter between the model's
-/// maker and whoever reads the product.
+/// An alternative dependency: five texts in UTF-16. The library does not interpret them.
 struct AltDependency {
     ustring field1; ///< the first text
     ustring field2; ///< the second text
@@ -60,41 +60,41 @@ struct AltDependency {
     ustring field5; ///< the fifth text
 };
 
-/// What is known of a product. The accessors give the containers of the same names; they are what
-/// the installer's objects read. Texts are UTF-16; whether they are well-formed shows where one has
-/// to become UTF-8.
+/// The data of a product. Texts are UTF-16, and are not checked: an ill-formed one is reported when
+/// it is converted to UTF-8. A field that is "passed on" is not interpreted; the product returns it
+/// as it is. The accessors return the containers of the same names.
 struct Product::Impl {
-    /// Products under keys of the model maker's choice.
+    /// Products by keys that the caller chooses.
     using Products = std::map<ustring, Product>;
-    /// Components under keys of the model maker's choice.
+    /// Components by keys that the caller chooses.
     using Components = std::map<ustring, Component>;
-    /// Platform or locale, and the whole text of its XML document.
+    /// XML documents: the tag of a platform or a locale, and the whole text.
     using Xmls = std::vector<std::pair<ustring, ustring>>;
 
-    ustring name;                   ///< the first part of the product key, and so of file names
-    ustring number;                 ///< passed on, and text in spite of its name
+    ustring name;                   ///< the first part of the product key
+    ustring number;                 ///< passed on; any text
     ustring type;                   ///< passed on
     ustring basecode;               ///< the key of the product's entry in the installed record
     ustring version;                ///< the second part of the product key
     ustring release;                ///< passed on
     ustring releaseDescription;     ///< passed on
     bool controlling = false;       ///< passed on
-    std::int64_t installedDate = 0; ///< passed on, in whatever unit the model has it
+    std::int64_t installedDate = 0; ///< passed on, in any unit
 
-    /// Passed on. Which documents there are does not depend on it.
+    /// Passed on. The documents that are written do not depend on it.
     std::set<ustring> platforms;
-    /// A product takes over their basecodes, in the order of the keys.
+    /// A product copies their basecodes, in the order of the keys here.
     Products requiredProducts;
-    /// A product holds them by their own component keys, not by the keys here.
+    /// A product holds them by their component keys, not by the keys here.
     Components directRequiredComponents;
-    /// The documents for platforms. Of several for one platform, the first counts.
+    /// The documents for platforms. If a platform has several, the first one is used.
     Xmls platformXmls;
-    /// The documents for locales. Of several for one locale, the first counts.
+    /// The documents for locales. If a locale has several, the first one is used.
     Xmls localeXmls;
-    std::vector<AltDependency> altDependencies; ///< passed on in UTF-8 and in this order
+    std::vector<AltDependency> altDependencies; ///< passed on, in UTF-8 and in this order
 
     /// \name Accessors
-    /// Each refers to the field of its name. The reference holds as long as the record lives.
+    /// Each returns a reference to the field of its name, valid until the data is destroyed.
     /// @{
 
     /// See #platforms.

@@ -1,8 +1,9 @@
 /// \file
-/// Files handled whole, as bytes: no encoding, no byte-order mark, no line ends.
+/// Whole files as bytes. Encoding, byte-order marks and line ends are not interpreted.
 ///
-/// Reading and writing report no failure; only a path without a native name raises
-/// (std::invalid_argument with U+0000 in it, fl::i18n::conversion_error for ill-formed UTF-16).
+/// Failures to open, read or write a file are not reported. For a path without a native name, all
+/// operations throw before they access a file: std::invalid_argument if it contains U+0000,
+/// fl::i18n::conversion_error if it is ill-formed UTF-16.
 
 #pragma once
 
@@ -14,17 +15,19 @@
 
 namespace install::product_impl::utils {
 
-/// Gives all bytes of the file at `path`; those up to the fault if reading stops early, none if it
-/// cannot be opened. Raises std::bad_alloc and std::length_error.
+/// Returns all bytes of the file at `path`: those before the failure if reading fails, and none if
+/// the file cannot be opened. Throws std::bad_alloc and std::length_error.
 [[nodiscard]] KX_EXPORT std::string readFile(const ustring& path);
 
-/// Makes `text` the content of the file at `path`, which is created if it is missing. The file is
-/// replaced in place, without a temporary file. If it cannot be opened it stays as it was; what it
-/// holds if writing fails later (a full disk) is open.
+/// Writes `text` to the file at `path`. A missing file is created; an existing one is overwritten
+/// in-place, without a temporary file. If the file cannot be opened, it is unchanged. If writing
+/// fails after that, for example because the disk is full, its content is unspecified. Throws
+/// std::bad_alloc before the file is opened.
 KX_EXPORT void writeFile(const ustring& path, const std::string& text);
 
-/// Makes the directory that `path` lies in, with all its parents, unless it is there. Raises
-/// std::filesystem::filesystem_error, with the path, where it cannot be looked at or made.
+/// Creates the parent directory of `path`, and all missing parents of that, unless it exists.
+/// Throws std::filesystem::filesystem_error, with the path, if a directory cannot be created or if
+/// it cannot be determined whether it exists.
 KX_EXPORT void createParentDirectory(const fl::filesystem::path& path);
 
 } // namespace install::product_impl::utils

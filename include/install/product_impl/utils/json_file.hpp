@@ -1,5 +1,5 @@
 /// \file
-/// The one way from a file to a JSON object.
+/// Reading a JSON object from a file.
 
 #pragma once
 
@@ -9,12 +9,13 @@
 
 namespace install::product_impl::utils {
 
-/// Gives the members of the object that the file at `path` begins with; text behind it is not
-/// looked at. Comments are not accepted, nor is anything in front of the object.
+/// Returns the members of the object at the beginning of the file at `path`. Trailing bytes are
+/// ignored. Nothing, not even whitespace, may come before the object, and comments are not
+/// accepted.
 ///
-/// Raises std::runtime_error: "invalid conversion: undefined to object" where no value could be
-/// read (no file, an empty one, or a damaged one), and with the name of the alternative that was
-/// read where it is no object. Raises as readFile does.
+/// Throws std::runtime_error with "invalid conversion: undefined to object" if no value can be
+/// read, because the file is missing, unreadable, empty or malformed. If the value is not an
+/// object, the name of its alternative takes the place of "undefined". Throws as readFile does.
 [[nodiscard]] KX_EXPORT foundation::json::ValueMap getJsonObjFromFile(const ustring& path);
 
 } // namespace install::product_impl::utils
