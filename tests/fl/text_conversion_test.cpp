@@ -49,8 +49,6 @@ TEST(TextConversion, OfLongTextsSplitsNoCharacter) {
             EXPECT_EQ(test::failure_of([&] { return ustring_to_utf8(utf16 + char16_t(0xD800)); }),
                       "ill-formed UTF-16 at offset " + std::to_string(utf16.size()));
         }
-    const ustring longer_in_utf8(100000, u'\u20AC');
-    EXPECT_EQ(utf8_to_ustring(ustring_to_utf8(longer_in_utf8)), longer_in_utf8);
 }
 
 } // namespace

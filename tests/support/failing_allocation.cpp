@@ -2,8 +2,6 @@
 
 #include <cstdlib>
 
-thread_local int test::allocations_to_failure = 0;
-
 void* operator new(std::size_t size) {
     const bool fails = test::allocations_to_failure > 0 && --test::allocations_to_failure == 0;
     void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);

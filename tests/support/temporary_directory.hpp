@@ -19,8 +19,7 @@ public:
         std::string name = (std::filesystem::temp_directory_path() / "kx_test_XXXXXX").string();
         path_ = mkdtemp(name.data()) != nullptr ? name : throw std::runtime_error("no directory");
     }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    TemporaryDirectory(TemporaryDirectory&&) = delete; // nor a copy
     ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
 
     /// The path of `name` below the directory, or of the directory itself.

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <regex>
 #include <thread>
@@ -27,18 +28,13 @@ const std::string products = "appdata/products/";
 // The sample model with one text replaced, as the table explains.
 model::Product model_with(const std::string& change) {
     model::Product model = test::sample_model();
-    const auto value = change.find('=') + 1;
-    install::ustring text = fl::i18n::utf8_to_ustring(change.substr(value));
-    if (text == u"?")
-        text = char16_t(0xD800);
-    if (change.starts_with("name"))
-        model->name = text;
-    else if (change.starts_with("version"))
-        model->version = text;
-    else if (change.starts_with("basecode"))
-        model->basecode = text;
-    else if (change.starts_with("platform"))
-        model->platformXmls = {{text, u"<platform/>"}};
+    if (change == "sample")
+        return model;
+    const std::map<std::string, install::ustring*> fields = {
+        {"name", &model->name}, {"version", &model->version}, {"basecode", &model->basecode}};
+    const auto mark = change.find('=');
+    *fields.at(change.substr(0, mark)) =
+        change.ends_with('?') ? u"\xD800" : fl::i18n::utf8_to_ustring(change.substr(mark + 1));
     return model;
 }
 
@@ -90,13 +86,13 @@ TEST(InstallTree, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
 // Each file is as it was before, or as it must be in the end, in the order of the stages.
 TEST(InstallTree, IsOldOrCompleteAfterAnyExhaustedMemory) {
     const ProductImpl product(test::sample_model());
-    const std::string other = R"("Other 1 hostpf":["/appdata/products/Other 1 hostpf.xml"])";
+    const std::string before = R"({"Other":1})";
     std::set<std::string> states;
     const int failures = test::fail_each_allocation(
         [&] {
             auto tree = std::make_unique<test::TemporaryDirectory>();
-            tree->write(contents_map, "{" + other + "}");
-            tree->write(installed_record, R"({"Other":1})");
+            tree->write(contents_map, before);
+            tree->write(installed_record, before);
             return tree;
         },
         [&](const auto& tree) { product.serialize(tree->upath(), {"hostpf"}, ""); },
@@ -105,11 +101,10 @@ TEST(InstallTree, IsOldOrCompleteAfterAnyExhaustedMemory) {
                           tree->content(contents_map) + tree->content(installed_record));
         });
     EXPECT_GT(failures, 50);
-    const std::string old_files = "{" + other + R"(}{"Other":1})";
-    const std::string new_map = "{" + other + R"(,"Sample Tool 2.5 hostpf":[)" +
-                                R"("/appdata/products/Sample Tool 2.5 hostpf.xml"]})";
-    EXPECT_EQ(states, (std::set<std::string>{old_files, "<host/>" + old_files,
-                                             "<host/>" + new_map + R"({"Other":1})"}));
+    const std::string map = R"({"Other":1,"Sample Tool 2.5 hostpf":)"
+                            R"(["/appdata/products/Sample Tool 2.5 hostpf.xml"]})";
+    EXPECT_EQ(states, (std::set<std::string>{before + before, "<host/>" + before + before,
+                                             "<host/>" + map + before}));
 }
 
 class CountingProduct : public ProductImpl {
@@ -118,7 +113,8 @@ public:
     using ProductImpl::writeXml;
     void writeXml(const install::ustring& /*installRoot*/, const Tags& platforms,
                   const Tags& locales) const override {
-        calls += std::to_string(platforms.size()) + platforms[0] + locales.at(0) + " ";
+        calls += std::to_string(platforms.size()) + platforms[0] + std::to_string(locales.size()) +
+                 locales.at(0) + " ";
     }
     mutable std::string calls;
 };
@@ -129,7 +125,7 @@ TEST(InstallTree, IsWrittenThroughAnOverrideOfWriteXml) {
     const CountingProduct counting{test::sample_model()};
     counting.serialize(tree.upath(), {"hostpf"}, "en");
     counting.writeXml(tree.upath(), {"a", "b"}, std::string("c"));
-    EXPECT_EQ(counting.calls, "1hostpfen 2ac ");
+    EXPECT_EQ(counting.calls, "1hostpf1en 2a1c ");
     EXPECT_EQ(tree.files(), (std::set<std::string>{contents_map, installed_record}));
 }
 

@@ -37,11 +37,6 @@ const std::map<std::string, Operation> operations = {
          out = result == parse_ok ? Value(element) : out;
          return result;
      }},
-    {"whitespace",
-     [](auto&&, auto& pos, auto& end, bool allow_comments) {
-         skip_whitespace(pos, end, allow_comments);
-         return parse_result(parse_ok);
-     }},
 };
 
 TEST(Reader, ReadsOrReportsTheFaultAsTheTableSays) {
@@ -80,8 +75,10 @@ std::string repeated(int count, const std::string& text) {
 
 TEST(Reader, BoundsTheNestingButNotTheLength) {
     const int half = max_nesting_depth / 2;
-    for (const auto& [open, close] : std::map<std::string, std::string>{
-             {"[[", "]]"}, {R"({"":{"":)", "}}"}, {R"([{"a":)", "}]"}, {R"({"a":[)", "]}"}}) {
+    const std::map<std::string, std::string> shapes = {
+        {"[[", "]]"},        {R"({"":{"":)", "}}"},    {R"([{"a":)", "}]"},
+        {R"({"a":[)", "]}"}, {R"({"kxdata":[)", "]}"}, {R"({"kxtype":[)", "]}"}};
+    for (const auto& [open, close] : shapes) {
         const std::string opened = repeated(half, open);
         EXPECT_EQ(read(opened + "1" + repeated(half, close), false).code, parse_ok) << open;
         for (const char* one_more : {"[]", "{}"}) {
