@@ -19,6 +19,10 @@ function(kx_compile_options target)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # g++ 12 warns falsely about operator+ of a literal and a std::string.
     target_compile_options(${target} PRIVATE -Wno-restrict)
+    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+      # The code that the sanitizers add makes it warn falsely about <regex>.
+      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    endif()
   endif()
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF

@@ -17,6 +17,8 @@ TEST(Loading, LeavesNothingOfTheLibraryBehind) {
         ASSERT_NE(module, nullptr) << dlerror();
         void* const write = dlsym(module, "products_after_a_write");
         EXPECT_EQ(reinterpret_cast<int (*)(const char*)>(write)(tree.path().c_str()), expected);
+        void* const loaded = dlopen(KX_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
+        EXPECT_TRUE(loaded != nullptr && dlclose(loaded) == 0);
         EXPECT_EQ(dlclose(module), 0);
         for (const char* library : {KX_USER_OF_LIBRARY, KX_LIBRARY})
             EXPECT_EQ(dlopen(library, RTLD_NOW | RTLD_NOLOAD), nullptr) << library;

@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 
+// Here, so that a program that uses it is linked with the operators below.
+thread_local constinit int test::allocations_to_failure = 0;
+
 void* operator new(std::size_t size) {
     const bool fails = test::allocations_to_failure > 0 && --test::allocations_to_failure == 0;
     void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);

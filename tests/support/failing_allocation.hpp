@@ -7,7 +7,7 @@
 namespace test {
 
 /// The allocation of this thread that throws std::bad_alloc, counted from 1; none does from 0 down.
-inline thread_local constinit int allocations_to_failure = 0;
+extern thread_local constinit int allocations_to_failure;
 
 /// Runs `operation` on what `prepare` returns, with the 1st, 2nd, 3rd, ... allocation failing,
 /// until a run meets no failure. After each failed run calls `check` with what was prepared.
