@@ -20,8 +20,8 @@
 
 namespace {
 
-int reads_left = -1; // how many succeed; negative where none fails
-ssize_t bytes_read = 0;
+thread_local int reads_left = -1; // how many succeed; negative where none fails
+thread_local ssize_t bytes_read = 0;
 
 } // namespace
 
