@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -14,15 +15,15 @@ constexpr bool must_be_escaped(char byte) {
     return byte == '"' || byte == '\\' || static_cast<unsigned char>(byte) < 0x20;
 }
 
-// The same for any of the eight bytes of `word`. Each term marks such a byte by its highest bit. A
-// borrow may mark more bytes, but only above one that is marked rightly.
-constexpr bool any_must_be_escaped(std::uint64_t word) {
+// Marks the bytes of `word` that must be escaped by their highest bits. A borrow may mark more
+// bytes, but only above one that is marked rightly.
+constexpr std::uint64_t mark_bytes_to_escape(std::uint64_t word) {
     constexpr std::uint64_t ones = 0x0101010101010101U;
     const std::uint64_t quotes = word ^ (ones * '"');
     const std::uint64_t backslashes = word ^ (ones * '\\');
-    return ((((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes) |
-             ((word - ones * 0x20U) & ~word)) &
-            (ones << 7U)) != 0;
+    return (((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes) |
+            ((word - ones * 0x20U) & ~word)) &
+           (ones << 7U);
 }
 
 // Returns the first byte from `first` to `last` that must be escaped, and `last` if there is none.
@@ -31,8 +32,11 @@ inline const char* find_byte_to_escape(const char* first, const char* last) {
     std::uint64_t word = 0;
     for (; last - first >= std::ptrdiff_t(sizeof word); first += sizeof word) {
         std::memcpy(&word, first, sizeof word);
-        if (any_must_be_escaped(word))
+        if (const std::uint64_t marks = mark_bytes_to_escape(word); marks != 0) {
+            if constexpr (std::endian::native == std::endian::little)
+                return first + std::countr_zero(marks) / 8;
             break;
+        }
     }
     while (first != last && !must_be_escaped(*first))
         ++first;
