@@ -99,6 +99,11 @@ public:
     /// Returns whether the product has a document, even an empty one, for this locale.
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
+    /// Returns the documents by platform, in UTF-8. The reference is valid as long as the product.
+    [[nodiscard]] const XmlMap& getPlatformXmls() const;
+    /// Returns the documents by locale, likewise.
+    [[nodiscard]] const XmlMap& getLocaleXmls() const;
+
     /// \name Stages of serialize
     /// All throw as serialize does. Paths and keys are those of
     /// install/product_impl/utils/paths.hpp.

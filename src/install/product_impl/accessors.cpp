@@ -1,4 +1,4 @@
-// The getters: each returns a copy of one member.
+// The getters. Those of the abstract product return a copy of one member.
 
 #include "install/product_impl/product_impl.hpp"
 
@@ -70,6 +70,14 @@ bool ProductImpl::shouldWritePlatformXml(const std::string& platform) const {
 
 bool ProductImpl::shouldWriteLocaleXml(const std::string& locale) const {
     return localeXmls_.contains(locale);
+}
+
+const XmlMap& ProductImpl::getPlatformXmls() const {
+    return platformXmls_;
+}
+
+const XmlMap& ProductImpl::getLocaleXmls() const {
+    return localeXmls_;
 }
 
 } // namespace install::product_impl

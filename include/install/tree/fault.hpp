@@ -1,0 +1,44 @@
+/// \file
+/// What may be wrong with a file or an entry of an install tree.
+
+#pragma once
+
+#include "fl/export.hpp"
+
+#include <string>
+
+namespace install::tree {
+
+/// A finding about one file, or about one entry of a shared file.
+struct Fault {
+    /// What is wrong.
+    enum class Kind {
+        missing,        ///< a file or an entry is not there
+        empty,          ///< a document that ought to have text has none
+        different,      ///< a document or an entry is not what was to be written
+        old,            ///< the installed record has an earlier time
+        no_list,        ///< an entry of the contents map is no list of paths
+        outside,        ///< an entry lists a path that leaves the tree
+        other_key,      ///< an entry lists a document with the key of another product
+        no_time,        ///< an entry of the installed record is no time
+        not_listed,     ///< no entry lists a document
+        damaged,        ///< a shared file holds no JSON object
+        trailing_bytes, ///< a shared file has bytes after its object, which the next write drops
+        not_regular,    ///< something that is no regular file is in a file's place
+        unreadable,     ///< a file or directory could not be read
+        interrupted,    ///< an interrupted change waits to be finished or dropped
+    };
+
+    Kind kind = Kind::missing;
+
+    /// The path of the file, in the encoding of the file system. It is not printable as it stands.
+    std::string path;
+
+    /// What was found: sentences in UTF-8, printable, possibly of several lines.
+    std::string text;
+};
+
+/// Returns the name of a kind, such as "missing" or "not_listed". The text is a string literal.
+[[nodiscard]] KX_EXPORT const char* describe(Fault::Kind kind) noexcept;
+
+} // namespace install::tree

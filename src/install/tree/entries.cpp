@@ -1,0 +1,73 @@
+#include "install/tree/entries.hpp"
+
+#include "install/tree/layout.hpp"
+
+#include <cmath>
+#include <filesystem>
+
+namespace install::tree {
+
+using foundation::json::Value;
+using foundation::json::ValueMap;
+using foundation::json::ValueVector;
+
+std::optional<std::vector<std::string>> paths_in(const Value& value) {
+    const auto* const elements = value.get_if<ValueVector>();
+    if (elements == nullptr)
+        return std::nullopt;
+    std::vector<std::string> paths;
+    paths.reserve(elements->size());
+    for (const Value& element : *elements) {
+        const auto* const path = element.get_if<std::string>();
+        if (path == nullptr)
+            return std::nullopt;
+        paths.push_back(*path);
+    }
+    return paths;
+}
+
+std::optional<InstallTree::Time> time_in(const Value& value) {
+    const auto* const number = value.get_if<double>();
+    if (number == nullptr || !(std::abs(*number) < 6e13)) // about the years 69 to 3871
+        return std::nullopt;
+    return InstallTree::Time(std::chrono::milliseconds(static_cast<std::int64_t>(*number)));
+}
+
+std::vector<ContentsEntry> contents_entries(const ValueMap& members) {
+    std::vector<ContentsEntry> entries;
+    for (const auto& [key, value] : members)
+        if (auto paths = paths_in(value); paths && is_entry_key(key))
+            entries.push_back({key, std::move(*paths)});
+    return entries;
+}
+
+std::vector<RecordEntry> record_entries(const ValueMap& members) {
+    std::vector<RecordEntry> entries;
+    for (const auto& [basecode, value] : members)
+        if (const auto time = time_in(value))
+            entries.push_back({basecode, *time});
+    return entries;
+}
+
+bool is_entry_key(const std::string& key) {
+    return key.ends_with(std::string(" ") + entry_key_tag);
+}
+
+std::optional<std::string> path_in_tree(const std::string& listed) {
+    const auto path = std::filesystem::path(listed).relative_path().lexically_normal();
+    if (path.empty() || *path.begin() == ".." || *path.begin() == "." ||
+        listed.find('\0') != std::string::npos)
+        return std::nullopt;
+    return path.string();
+}
+
+std::optional<std::string> document_name(const std::string& listed) {
+    const std::string appdata = "appdata/";
+    const std::string documents = appdata + documents_name + '/';
+    auto path = path_in_tree(listed);
+    if (!path || !path->starts_with(documents) || path->size() == documents.size())
+        return std::nullopt;
+    return path->substr(appdata.size());
+}
+
+} // namespace install::tree

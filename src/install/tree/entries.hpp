@@ -1,0 +1,37 @@
+// What the members of the shared files mean.
+
+#pragma once
+
+#include "foundation/json/value.hpp"
+#include "install/tree/install_tree.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace install::tree {
+
+// Returns the paths in a member of the contents map; nothing if it is no list of strings.
+[[nodiscard]] std::optional<std::vector<std::string>>
+paths_in(const foundation::json::Value& value);
+
+// Returns the time in a member of the installed record; nothing if it is no plausible time.
+[[nodiscard]] std::optional<InstallTree::Time> time_in(const foundation::json::Value& value);
+
+// Returns the entries among the members of either file.
+[[nodiscard]] std::vector<ContentsEntry>
+contents_entries(const foundation::json::ValueMap& members);
+[[nodiscard]] std::vector<RecordEntry> record_entries(const foundation::json::ValueMap& members);
+
+// Whether the key of a member of the contents map is that of a product, and no foreign one.
+[[nodiscard]] bool is_entry_key(const std::string& key);
+
+// Returns a listed path relative to the install root, without `.` and `..`; nothing if it leaves
+// the root.
+[[nodiscard]] std::optional<std::string> path_in_tree(const std::string& listed);
+
+// Returns the name in appdata of a listed document; nothing if the path is not below the directory
+// of the documents.
+[[nodiscard]] std::optional<std::string> document_name(const std::string& listed);
+
+} // namespace install::tree

@@ -1,0 +1,34 @@
+// What a write of products has to leave in a tree.
+
+#pragma once
+
+#include "foundation/json/value.hpp"
+#include "install/tree/install_tree.hpp"
+#include "install/tree/layout.hpp"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace install::tree {
+
+struct Plan {
+    // A product's entries.
+    struct Entry {
+        std::string key;               // of the contents map
+        foundation::json::Value paths; // its list
+        std::string basecode;          // of the installed record
+    };
+
+    // The texts of the documents, which belong to the products, by their names in appdata. Of
+    // several with one name, the last one is left.
+    std::map<std::string, const std::string*> documents;
+    std::vector<Entry> entries; // in the order of the products
+};
+
+// The selections must outlive the plan. Throws what InstallTree::write throws before it touches the
+// tree.
+[[nodiscard]] Plan plan_write(const Layout& layout,
+                              const std::vector<ProductSelection>& selections);
+
+} // namespace install::tree

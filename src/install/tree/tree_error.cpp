@@ -1,0 +1,38 @@
+#include "install/tree/tree_error.hpp"
+
+#include "install/tree/printable_text.hpp"
+
+namespace install::tree {
+
+struct tree_error::Names {
+    std::string operation;
+    std::string path;
+};
+
+tree_error::tree_error(const std::string& operation, const std::string& path, std::error_code code)
+    : tree_error(operation, path, code.message()) {
+    code_ = code;
+}
+
+tree_error::tree_error(const std::string& operation, const std::string& path,
+                       const std::string& reason)
+    : std::runtime_error("cannot " + operation + " " + printable(path) + ": " + printable(reason)),
+      names_(std::make_shared<const Names>(Names{operation, path})) {}
+
+tree_error::~tree_error() = default;
+
+const std::string& tree_error::operation() const noexcept {
+    return names_->operation;
+}
+
+const std::string& tree_error::path() const noexcept {
+    return names_->path;
+}
+
+tree_error tree_error::as_committed() const noexcept {
+    tree_error error(*this);
+    error.committed_ = true;
+    return error;
+}
+
+} // namespace install::tree

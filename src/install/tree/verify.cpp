@@ -1,0 +1,100 @@
+// Whether a tree holds what a write had to leave.
+
+#include "install/tree/entries.hpp"
+#include "install/tree/layout.hpp"
+#include "install/tree/plan.hpp"
+#include "install/tree/printable_text.hpp"
+#include "install/tree/shared_file.hpp"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace install::tree {
+
+namespace {
+
+using foundation::json::Value;
+using foundation::json::ValueMap;
+using Kind = Fault::Kind;
+using Faults = std::vector<Fault>;
+
+std::optional<Fault> fault_of_document(const Directory& appdata, const std::string& name,
+                                       const std::string& expected) {
+    const std::string path = appdata.path_of(name);
+    try {
+        const auto found = appdata.read(name);
+        if (!found)
+            return Fault{Kind::missing, path, "The document is missing."};
+        if (*found == expected)
+            return std::nullopt;
+        if (found->empty())
+            return Fault{Kind::empty, path, "The document is empty."};
+        return Fault{Kind::different, path, "The document has another text."};
+    } catch (const tree_error& error) {
+        return Fault{Kind::unreadable, path, error.what()};
+    }
+}
+
+// Calls `check` with each expected key and the member that a shared file has for it, null if it has
+// none. A file that holds no object is one fault.
+template <class Expected, class Check>
+void check_members(const Directory& appdata, const std::string& name, const Expected& expected,
+                   Faults& faults, const Check& check) {
+    const SharedFile file = read_shared_file(appdata, name);
+    if (file.fault) {
+        faults.push_back(*file.fault);
+        return;
+    }
+    for (const auto& [key, value] : expected) {
+        const auto member = file.members.find(key);
+        const auto kind = check(value, member == file.members.end() ? nullptr : &member->second);
+        if (kind)
+            faults.push_back(
+                {*kind, appdata.path_of(name),
+                 std::string("The entry \"") + printable(key) + "\" is " + describe(*kind) + '.'});
+    }
+}
+
+std::optional<Kind> check_paths(const Value& expected, const Value* found) {
+    if (found == nullptr)
+        return Kind::missing;
+    return paths_in(*found) == paths_in(expected) ? std::nullopt : std::optional(Kind::different);
+}
+
+std::optional<Kind> check_time(InstallTree::Time since, const Value* found) {
+    if (found == nullptr)
+        return Kind::missing;
+    const auto time = time_in(*found);
+    if (!time)
+        return Kind::different;
+    return *time < since ? std::optional(Kind::old) : std::nullopt;
+}
+
+} // namespace
+
+std::vector<Fault> InstallTree::verify(const std::vector<ProductSelection>& selections,
+                                       Time since) const {
+    const Layout layout(root_);
+    Plan plan = plan_write(layout, selections);
+    Faults faults;
+    if (selections.empty())
+        return faults;
+    const auto appdata = Directory::open(layout.appdata);
+    if (!appdata)
+        return {{Kind::missing, layout.appdata, "There is no install tree."}};
+    for (const auto& [name, text] : plan.documents)
+        if (auto fault = fault_of_document(*appdata, name, *text))
+            faults.push_back(std::move(*fault));
+    std::map<std::string, Value> lists; // of products with the same key, the last one's
+    std::map<std::string, Time> times;
+    for (Plan::Entry& entry : plan.entries) {
+        lists.insert_or_assign(entry.key, std::move(entry.paths));
+        times.insert_or_assign(entry.basecode, since);
+    }
+    check_members(*appdata, layout.contents_map, lists, faults, check_paths);
+    check_members(*appdata, layout.installed_record, times, faults, check_time);
+    return faults;
+}
+
+} // namespace install::tree
