@@ -10,9 +10,10 @@
 /// Operations that change a tree wait for each other, in all threads and processes. Those that only
 /// read need not wait, because every file is replaced by renaming.
 ///
-/// A failure throws tree_error; memory that is exhausted throws std::bad_alloc. A path, a name or a
-/// version that no file can have throws what install/product_impl/utils/paths.hpp and files.hpp
-/// say. The tree is then as it was, unless tree_error::is_committed() returns true.
+/// A failure throws tree_error, also where memory is exhausted; std::bad_alloc if there is none
+/// left to report that. A path, a name or a version that no file can have throws what
+/// install/product_impl/utils/paths.hpp and files.hpp say. The tree is then as it was, unless
+/// tree_error::is_committed() returns true.
 
 #pragma once
 

@@ -156,6 +156,10 @@ Directory Directory::create(const std::string& path) {
     if (auto directory = open(path))
         return std::move(*directory);
     make_durable_directory(path);
+    return open_existing(path);
+}
+
+Directory Directory::open_existing(const std::string& path) {
     if (auto directory = open(path))
         return std::move(*directory);
     throw tree_error("open", path, std::error_code(ENOENT, std::system_category()));

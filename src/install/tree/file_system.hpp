@@ -51,6 +51,8 @@ public:
     // Opens the directory at `path`, which is created, and made durable, with all its parents if it
     // does not exist. An empty path names the current directory.
     [[nodiscard]] static Directory create(const std::string& path);
+    // Opens the directory at `path`, which must exist.
+    [[nodiscard]] static Directory open_existing(const std::string& path);
     // Opens the directory at `path` if it exists.
     [[nodiscard]] static std::optional<Directory> open(const std::string& path);
     // Opens the directory `name`, which must not be a symbolic link.

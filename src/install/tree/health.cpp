@@ -146,11 +146,7 @@ private:
 
 Health inspect(const ustring& installRoot) {
     const Layout layout(installRoot);
-    const auto appdata = Directory::open(layout.appdata);
-    if (!appdata)
-        throw tree_error("open", layout.appdata,
-                         std::make_error_code(std::errc::no_such_file_or_directory));
-    return Inspection(layout, *appdata).run();
+    return Inspection(layout, Directory::open_existing(layout.appdata)).run();
 }
 
 } // namespace install::tree

@@ -15,11 +15,10 @@ using foundation::json::Value;
 
 namespace {
 
-// As the product object writes it.
-Value now() {
+// Milliseconds since the Unix epoch, as the product object writes them.
+long long now() {
     const auto since_epoch = std::chrono::system_clock::now().time_since_epoch();
-    return Value(static_cast<long long>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(since_epoch).count()));
+    return std::chrono::duration_cast<std::chrono::milliseconds>(since_epoch).count();
 }
 
 // Returns the documents of the removed entries that none of the others lists, by their names in
@@ -39,49 +38,24 @@ std::set<std::string> documents_to_remove(const std::vector<Value>& removed,
     return names;
 }
 
-} // namespace
-
-InstallTree::InstallTree(ustring installRoot) : root_(std::move(installRoot)) {
-    static_cast<void>(Layout(root_)); // throws now rather than later
-}
-
-void InstallTree::on_wait(std::function<void(std::int64_t process)> observer) {
-    on_wait_ = std::move(observer);
-}
-
-void InstallTree::write(const std::vector<ProductSelection>& selections) {
-    const Layout layout(root_);
-    Plan plan = plan_write(layout, selections);
-    if (selections.empty()) {
-        recover();
-        return;
-    }
-    const LockedTree tree(Directory::create(layout.appdata), on_wait_);
+void change(const LockedTree& tree, const Layout& layout, Plan& plan) {
     SharedObject contents(tree.appdata, layout.contents_map);
     SharedObject record(tree.appdata, layout.installed_record);
     Transaction transaction(tree.appdata);
     for (const auto& [name, text] : plan.documents)
         transaction.put(name, *text);
+    const long long time = now();
     for (Plan::Entry& entry : plan.entries) {
         contents.set(entry.key, std::move(entry.paths));
-        record.set(entry.basecode, now());
+        record.set(entry.basecode, Value(time));
     }
     put_shared_file(transaction, contents);
     put_shared_file(transaction, record);
     transaction.commit();
 }
 
-void InstallTree::remove(const std::vector<InstalledProduct>& products) {
-    const Layout layout(root_);
-    auto appdata = Directory::open(layout.appdata);
-    if (!appdata)
-        throw tree_error("open", layout.appdata,
-                         std::make_error_code(std::errc::no_such_file_or_directory));
-    if (products.empty()) {
-        recover();
-        return;
-    }
-    const LockedTree tree(std::move(*appdata), on_wait_);
+void change(const LockedTree& tree, const Layout& layout,
+            const std::vector<InstalledProduct>& products) {
     SharedObject contents(tree.appdata, layout.contents_map);
     SharedObject record(tree.appdata, layout.installed_record);
     std::vector<Value> removed;
@@ -103,6 +77,38 @@ void InstallTree::remove(const std::vector<InstalledProduct>& products) {
     transaction.commit();
 }
 
+} // namespace
+
+InstallTree::InstallTree(ustring installRoot) : root_(std::move(installRoot)) {
+    static_cast<void>(Layout(root_)); // throws now rather than later
+}
+
+void InstallTree::on_wait(std::function<void(std::int64_t process)> observer) {
+    on_wait_ = std::move(observer);
+}
+
+void InstallTree::write(const std::vector<ProductSelection>& selections) {
+    const Layout layout(root_);
+    reporting_exhausted_memory(layout.appdata, [&] {
+        Plan plan = plan_write(layout, selections);
+        if (selections.empty())
+            static_cast<void>(recover());
+        else
+            change(LockedTree(Directory::create(layout.appdata), on_wait_), layout, plan);
+    });
+}
+
+void InstallTree::remove(const std::vector<InstalledProduct>& products) {
+    const Layout layout(root_);
+    reporting_exhausted_memory(layout.appdata, [&] {
+        if (products.empty())
+            static_cast<void>(recover());
+        else
+            change(LockedTree(Directory::open_existing(layout.appdata), on_wait_), layout,
+                   products);
+    });
+}
+
 Listing InstallTree::list() const {
     const Layout layout(root_);
     const auto appdata = Directory::open(layout.appdata);
@@ -113,10 +119,12 @@ Listing InstallTree::list() const {
 }
 
 bool InstallTree::recover() {
-    auto appdata = Directory::open(Layout(root_).appdata);
-    if (!appdata || !is_interrupted(*appdata))
-        return false;
-    return LockedTree(std::move(*appdata), on_wait_).recovered;
+    const Layout layout(root_);
+    return reporting_exhausted_memory(layout.appdata, [&] {
+        auto appdata = Directory::open(layout.appdata);
+        return appdata && is_interrupted(*appdata) &&
+               LockedTree(std::move(*appdata), on_wait_).recovered;
+    });
 }
 
 } // namespace install::tree

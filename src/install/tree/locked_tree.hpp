@@ -5,7 +5,10 @@
 #include "install/tree/file_system.hpp"
 #include "install/tree/layout.hpp"
 #include "install/tree/transaction.hpp"
+#include "install/tree/tree_error.hpp"
 
+#include <new>
+#include <string>
 #include <utility>
 
 namespace install::tree {
@@ -22,5 +25,17 @@ struct LockedTree {
     FileLock lock;
     bool recovered; // whether there was anything to recover
 };
+
+// Returns what `change` returns. Where memory runs out, throws tree_error for `path`, which was
+// made while there was some. Throws std::bad_alloc if there was not even that much.
+template <class Change>
+auto reporting_exhausted_memory(const std::string& path, const Change& change) {
+    const tree_error exhausted("change", path, std::make_error_code(std::errc::not_enough_memory));
+    try {
+        return change();
+    } catch (const std::bad_alloc&) {
+        throw tree_error(exhausted);
+    }
+}
 
 } // namespace install::tree

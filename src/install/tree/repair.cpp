@@ -55,10 +55,7 @@ public:
     Repair(const Layout& layout, const Directory& appdata)
         : contents_(appdata, layout.contents_map),
           record_(appdata, layout.installed_record),
-          documents_(find_documents(appdata)) {}
-
-    // Leaves the members that both files ought to have.
-    void plan() {
+          documents_(find_documents(appdata)) {
         for (DamagedFile* const damaged : {&contents_, &record_})
             save_members(*damaged);
         note_listed();
@@ -77,7 +74,7 @@ public:
         }
     }
 
-    [[nodiscard]] Steps& steps() noexcept { return steps_; }
+    [[nodiscard]] const Steps& steps() const noexcept { return steps_; }
 
 private:
     void add_step(const DamagedFile& to, std::string text) {
@@ -199,39 +196,35 @@ Steps recovery_steps(const Directory& appdata) {
     return steps;
 }
 
-Directory open_tree(const Layout& layout) {
-    if (auto appdata = Directory::open(layout.appdata))
-        return std::move(*appdata);
-    throw tree_error("open", layout.appdata,
-                     std::make_error_code(std::errc::no_such_file_or_directory));
+Steps apply(const Layout& layout, const Directory& appdata) {
+    const Repair repair(layout, appdata);
+    if (!repair.steps().empty()) {
+        Transaction transaction(appdata);
+        repair.put_into(transaction);
+        transaction.commit();
+    }
+    return repair.steps();
 }
 
-void append(Steps& steps, Steps& more) {
-    std::move(more.begin(), more.end(), std::back_inserter(steps));
+void append(Steps& steps, const Steps& more) {
+    steps.insert(steps.end(), more.begin(), more.end());
 }
 
 } // namespace
 
 std::vector<RepairStep> repair(const ustring& installRoot, RepairMode mode) {
     const Layout layout(installRoot);
-    Directory appdata = open_tree(layout);
-    Steps steps = recovery_steps(appdata);
-    if (mode == RepairMode::dry_run) {
-        Repair repair(layout, appdata);
-        repair.plan();
-        append(steps, repair.steps());
+    return reporting_exhausted_memory(layout.appdata, [&] {
+        Directory appdata = Directory::open_existing(layout.appdata);
+        Steps steps = recovery_steps(appdata);
+        if (mode == RepairMode::apply) {
+            const LockedTree tree(std::move(appdata), {});
+            append(steps, apply(layout, tree.appdata));
+        } else {
+            append(steps, Repair(layout, appdata).steps());
+        }
         return steps;
-    }
-    const LockedTree tree(std::move(appdata), {});
-    Repair repair(layout, tree.appdata);
-    repair.plan();
-    if (!repair.steps().empty()) {
-        Transaction transaction(tree.appdata);
-        repair.put_into(transaction);
-        transaction.commit();
-    }
-    append(steps, repair.steps());
-    return steps;
+    });
 }
 
 } // namespace install::tree

@@ -2,6 +2,7 @@
 
 #include "install/tree/tree_error.hpp"
 
+#include <new>
 #include <vector>
 
 namespace install::tree {
@@ -89,6 +90,23 @@ void finish(const Directory& appdata) {
     appdata.flush();
 }
 
+tree_error exhausted_memory(const Directory& appdata) {
+    return {"finish", appdata.path_of(commit_name),
+            std::make_error_code(std::errc::not_enough_memory)};
+}
+
+// Runs `finish`, and throws its failure as that of a change that was committed.
+template <class Finish>
+void after_commit(const tree_error& exhausted, const Finish& finish) {
+    try {
+        finish();
+    } catch (const tree_error& error) {
+        throw error.as_committed();
+    } catch (const std::bad_alloc&) {
+        throw exhausted.as_committed();
+    }
+}
+
 // What stays of it is dropped by the next change.
 void drop_staging(const Directory& appdata) noexcept {
     try {
@@ -164,14 +182,13 @@ void Transaction::commit() {
     appdata_.write_new(staging + '/' + manifest_name, std::string(manifest_version) + removals_,
                        std::nullopt);
     appdata_.flush_all(staging);
+    const tree_error exhausted = exhausted_memory(appdata_); // made while there is memory
     appdata_.rename(staging, appdata_, commit_name);
     committed_ = true;
-    try {
+    after_commit(exhausted, [&] {
         appdata_.flush(); // before any other rename can become durable
         finish(appdata_);
-    } catch (const tree_error& error) {
-        throw error.as_committed();
-    }
+    });
     drop_staging(appdata_);
 }
 
@@ -181,13 +198,8 @@ bool is_interrupted(const Directory& appdata) {
 
 bool recover(const Directory& appdata) {
     const bool interrupted = is_interrupted(appdata);
-    if (appdata.link_status(commit_name)) {
-        try {
-            finish(appdata);
-        } catch (const tree_error& error) {
-            throw error.as_committed();
-        }
-    }
+    if (appdata.link_status(commit_name))
+        after_commit(exhausted_memory(appdata), [&] { finish(appdata); });
     appdata.remove_tree(staging_name);
     return interrupted;
 }
