@@ -1,23 +1,25 @@
 // Writes the packages of a catalogue as products to an install tree:
 //
-//     write_tree ROOT [CATALOGUE]
+//     write_tree [--at-once] ROOT [CATALOGUE]
 //
-// Without CATALOGUE it reads standard input. Exit status: 0 if every line was written, 1 if a line
-// was malformed or a file could not be written, 2 if there was nothing to write or an argument was
-// invalid.
+// Without CATALOGUE it reads standard input. The products write themselves one by one; with
+// --at-once, all of them are one change of the tree. Exit status: 0 if every line was written, 1 if
+// a line was malformed or a file could not be written, 2 if there was nothing to write or an
+// argument was invalid.
 
 #include "catalogue.hpp"
 #include "products.hpp"
 #include "report.hpp"
 
 #include "fl/i18n/text_conversion.hpp"
+#include "install/tree/install_tree.hpp"
+#include "install/tree/printable_text.hpp"
 
 #include <chrono>
 #include <exception>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
-#include <set>
 
 #include <unistd.h>
 
@@ -49,24 +51,40 @@ private:
     bool on_terminal_ = isatty(STDERR_FILENO) == 1;
 };
 
-// Serialises all products, and returns the relative paths of their XML files.
-std::set<std::string> write_products(const install::ustring& install_root,
-                                     const std::vector<Package>& packages,
-                                     const std::vector<ProductPointer>& products) {
-    const Progress progress(products.size());
-    std::set<std::string> paths;
-    for (std::size_t index = 0; index < products.size(); ++index) {
-        progress.show(index, packages[index].name);
-        const std::vector<std::string> platforms = {packages[index].architecture};
-        products[index]->serialize(install_root, platforms, locale);
-        for (const auto& path :
-             products[index]->getRelativeXmlPaths(install_root, platforms, locale))
-            paths.insert(path.get<std::string>());
-    }
-    return paths;
+using install::tree::InstallTree;
+using install::tree::ProductSelection;
+
+std::vector<ProductSelection> selections(const std::vector<Package>& packages,
+                                         const std::vector<ProductPointer>& products) {
+    std::vector<ProductSelection> all;
+    all.reserve(packages.size());
+    for (std::size_t index = 0; index < packages.size(); ++index)
+        all.push_back({products[index], {packages[index].architecture}, locale});
+    return all;
 }
 
-int run(const std::string& root, std::istream& stream) {
+void write_one_by_one(const install::ustring& install_root, const std::vector<Package>& packages,
+                      const std::vector<ProductSelection>& all) {
+    const Progress progress(all.size());
+    for (std::size_t index = 0; index < all.size(); ++index) {
+        progress.show(index, packages[index].name);
+        all[index].product->serialize(install_root, all[index].platforms, all[index].locale);
+    }
+}
+
+// Products do not report what they could not write. Prints all that is not there; a time of the
+// installed record from before `start` is that of an earlier write. Returns whether everything is
+// there.
+bool report_missing(const InstallTree& tree, const std::vector<ProductSelection>& all,
+                    std::chrono::system_clock::time_point start) {
+    const auto faults = tree.verify(all, std::chrono::floor<std::chrono::milliseconds>(start));
+    for (const auto& fault : faults)
+        std::cerr << "not written: " << install::tree::printable(fault.path) << ": " << fault.text
+                  << '\n';
+    return faults.empty();
+}
+
+int run(const std::string& root, std::istream& stream, bool at_once) {
     const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
     const Catalogue catalogue = read_catalogue(stream);
     for (const Fault& fault : catalogue.faults)
@@ -76,41 +94,46 @@ int run(const std::string& root, std::istream& stream) {
         return not_begun;
     }
     const Products products(catalogue.packages);
+    const std::vector<ProductSelection> all = selections(catalogue.packages, products.all());
 
-    const auto start = std::chrono::steady_clock::now();
-    const std::set<std::string> paths =
-        write_products(install_root, catalogue.packages, products.all());
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    InstallTree tree(install_root);
+    const auto start = std::chrono::system_clock::now();
+    if (at_once)
+        tree.write(all);
+    else
+        write_one_by_one(install_root, catalogue.packages, all);
+    const std::chrono::duration<double> elapsed = std::chrono::system_clock::now() - start;
 
-    const TreeCount count = count_tree(root, paths);
-    for (const std::string& path : count.missing)
-        std::cerr << "not written: " << path << '\n';
-    std::cout << "products   " << products.all().size() << '\n'
+    const bool all_there = report_missing(tree, all, start);
+    const TreeCount count = count_tree(root);
+    std::cout << "products   " << all.size() << '\n'
               << "XML files  " << count.xml_files << '\n'
               << "bytes      " << count.bytes << '\n'
               << "seconds    " << std::fixed << std::setprecision(2) << elapsed.count() << "\n\n";
     print_top_of_tree(std::cout, root);
-    return catalogue.faults.empty() && count.missing.empty() ? all_written : some_failed;
+    return catalogue.faults.empty() && all_there ? all_written : some_failed;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2 || argc > 3) {
-        std::cerr << "usage: write_tree ROOT [CATALOGUE]\n";
+    const bool at_once = argc > 1 && argv[1] == std::string("--at-once");
+    const std::vector<std::string> arguments(argv + (at_once ? 2 : 1), argv + argc);
+    if (arguments.empty() || arguments.size() > 2) {
+        std::cerr << "usage: write_tree [--at-once] ROOT [CATALOGUE]\n";
         return not_begun;
     }
     try {
-        if (argc == 2)
-            return run(argv[1], std::cin);
-        std::ifstream file(argv[2]);
+        if (arguments.size() == 1)
+            return run(arguments[0], std::cin, at_once);
+        std::ifstream file(arguments[1]);
         if (!file) {
-            std::cerr << "write_tree: cannot open " << argv[2] << '\n';
+            std::cerr << "write_tree: cannot open " << arguments[1] << '\n';
             return not_begun;
         }
-        return run(argv[1], file);
+        return run(arguments[0], file, at_once);
     } catch (const fl::i18n::conversion_error& error) {
-        std::cerr << "write_tree: " << argv[1] << ": " << error.what() << '\n';
+        std::cerr << "write_tree: " << arguments[0] << ": " << error.what() << '\n';
         return not_begun;
     } catch (const std::exception& error) {
         std::cerr << "write_tree: " << error.what() << '\n';

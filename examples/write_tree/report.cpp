@@ -1,23 +1,15 @@
 #include "report.hpp"
 
-#include "fl/i18n/text_conversion.hpp"
-#include "install/product_impl/utils/paths.hpp"
-
 #include <algorithm>
 #include <filesystem>
 #include <ostream>
+#include <vector>
 
 namespace write_tree {
 
 namespace {
 
 namespace fs = std::filesystem;
-namespace utils = install::product_impl::utils;
-
-std::string json_path(const std::string& root,
-                      fl::filesystem::path (*path_below)(const install::ustring&)) {
-    return fl::i18n::ustring_to_utf8(path_below(fl::i18n::utf8_to_ustring(root)).text());
-}
 
 std::vector<std::string> names_in(const fs::path& directory) {
     std::vector<std::string> names;
@@ -29,22 +21,18 @@ std::vector<std::string> names_in(const fs::path& directory) {
 
 } // namespace
 
-TreeCount count_tree(const std::string& root, const std::set<std::string>& relative_paths) {
+TreeCount count_tree(const std::string& root) {
     TreeCount count;
-    const auto count_file = [&count](const std::string& path) {
-        std::error_code error;
-        const std::uintmax_t size = fs::file_size(path, error);
-        if (error)
-            count.missing.push_back(path);
-        else
-            count.bytes += size;
-        return !error;
-    };
-    for (const std::string& path : relative_paths)
-        if (count_file(root + path))
+    const fs::path appdata = fs::path(root) / "appdata";
+    if (!fs::is_directory(appdata))
+        return count;
+    for (const auto& entry : fs::recursive_directory_iterator(appdata)) {
+        if (!entry.is_regular_file())
+            continue;
+        count.bytes += entry.file_size();
+        if (entry.path().parent_path() != appdata)
             ++count.xml_files;
-    count_file(json_path(root, utils::getContentsMapPath));
-    count_file(json_path(root, utils::getInstalledProdDataPath));
+    }
     return count;
 }
 

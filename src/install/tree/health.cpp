@@ -113,7 +113,7 @@ private:
         try {
             if (!appdata_.link_status(name))
                 add_problem(Kind::missing, name,
-                            "The entry " + quoted(key) + " lists this document.");
+                            "The document is missing; the entry " + quoted(key) + " lists it.");
         } catch (const tree_error& error) {
             add_problem(Kind::unreadable, name, error.what());
         }

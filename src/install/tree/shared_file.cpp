@@ -90,7 +90,8 @@ SharedFile read_shared_file(const Directory& appdata, const std::string& name) {
     const JsonFileDiagnosis diagnosis = product_impl::utils::diagnoseJson(file.text);
     if (diagnosis.state == JsonFileDiagnosis::State::object) {
         file.members = members_of(file.text);
-        file.trailing_bytes = diagnosis.ignored_bytes;
+        if (file.text.find_first_not_of(" \t\r\n", diagnosis.offset) != std::string::npos)
+            file.trailing_bytes = diagnosis.ignored_bytes;
     } else {
         file.fault = {Kind::damaged, appdata.path_of(name), described(file.text, diagnosis)};
     }

@@ -17,7 +17,7 @@ struct SharedFile {
     std::string text;                   // all bytes; none if it could not be read
     foundation::json::ValueMap members; // of the object, if it holds one
     std::optional<Fault> fault;         // why it does not
-    std::size_t trailing_bytes = 0;     // after the object
+    std::size_t trailing_bytes = 0;     // after the object, unless all are whitespace
 };
 
 // Reads the file `name` in `appdata`, once, because another process may replace it. Throws

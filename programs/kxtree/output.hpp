@@ -1,0 +1,35 @@
+// What the command prints.
+
+#pragma once
+
+#include "install/tree/health.hpp"
+#include "install/tree/repair.hpp"
+
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kxtree {
+
+/// Colours, where standard output is a terminal and the environment does not forbid them.
+class Style {
+public:
+    Style();
+    [[nodiscard]] std::string bad(std::string_view text) const { return in_colour("31", text); }
+    [[nodiscard]] std::string doubtful(std::string_view text) const {
+        return in_colour("33", text);
+    }
+    [[nodiscard]] std::string good(std::string_view text) const { return in_colour("32", text); }
+
+private:
+    [[nodiscard]] std::string in_colour(const char* code, std::string_view text) const;
+    bool colours_;
+};
+
+/// Print to `stream`, without anything from a file that a terminal would obey.
+void print_listing(std::ostream& stream, const install::tree::Listing& listing);
+void print_health(std::ostream& stream, const install::tree::Health& health, const Style& style);
+void print_steps(std::ostream& stream, const std::vector<install::tree::RepairStep>& steps);
+
+} // namespace kxtree
