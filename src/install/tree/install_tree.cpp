@@ -49,8 +49,8 @@ void change(const LockedTree& tree, const Layout& layout, Plan& plan) {
         contents.set(entry.key, std::move(entry.paths));
         record.set(entry.basecode, Value(time));
     }
-    put_shared_file(transaction, contents);
-    put_shared_file(transaction, record);
+    contents.put_into(transaction);
+    record.put_into(transaction);
     transaction.commit();
 }
 
@@ -71,9 +71,9 @@ void change(const LockedTree& tree, const Layout& layout,
     for (const std::string& name : documents_to_remove(removed, contents.members()))
         if (tree.appdata.link_status(name))
             transaction.remove(name);
-    put_shared_file(transaction, contents);
+    contents.put_into(transaction);
     if (record_changes)
-        put_shared_file(transaction, record);
+        record.put_into(transaction);
     transaction.commit();
 }
 
@@ -114,8 +114,9 @@ Listing InstallTree::list() const {
     const auto appdata = Directory::open(layout.appdata);
     if (!appdata)
         return {};
-    return {contents_entries(SharedObject(*appdata, layout.contents_map).members()),
-            record_entries(SharedObject(*appdata, layout.installed_record).members())};
+    SharedObject contents(*appdata, layout.contents_map);
+    SharedObject record(*appdata, layout.installed_record);
+    return {contents_entries(contents.members()), record_entries(record.members())};
 }
 
 bool InstallTree::recover() {

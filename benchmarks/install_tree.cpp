@@ -1,0 +1,167 @@
+// Many products written to an install tree: as one change, one by one, and as nothing but their
+// files.
+//
+// The trees are in the directory that KX_BENCHMARK_DIRECTORY names, because a temporary directory
+// may be in memory, where flushing costs nothing.
+
+#include "raw_file.hpp"
+
+#include "install/tree/install_tree.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using install::tree::InstallTree;
+using install::tree::ProductSelection;
+using Selections = std::vector<ProductSelection>;
+
+constexpr std::size_t present_products = 10000;
+
+install::ustring ascii(const std::string& text) {
+    return {text.begin(), text.end()};
+}
+
+ProductSelection selection(const std::string& name) {
+    install::datamodels::transitive_closure::Product model;
+    model->basecode = model->name = ascii(name);
+    model->version = u"1.0";
+    model->platformXmls = {{u"hostpf", install::ustring(300, u'x')}};
+    model->localeXmls = {{u"en", install::ustring(300, u'y')}};
+    return {std::make_shared<install::product_impl::ProductImpl>(model), {"hostpf"}, "en"};
+}
+
+const Selections& selections(const std::string& name, std::size_t count) {
+    static std::map<std::string, Selections> made;
+    Selections& all = made[name + std::to_string(count)];
+    while (all.size() < count)
+        all.push_back(selection(name + ' ' + std::to_string(all.size())));
+    return all;
+}
+
+// The directory of all trees, removed when the program ends.
+class Trees {
+public:
+    Trees() {
+        const char* const directory = std::getenv("KX_BENCHMARK_DIRECTORY");
+        std::string path =
+            (directory != nullptr ? fs::path(directory) : fs::temp_directory_path()) / "kx_XXXXXX";
+        path_ = mkdtemp(path.data());
+    }
+    Trees(const Trees&) = delete;
+    Trees& operator=(const Trees&) = delete;
+    ~Trees() { fs::remove_all(path_); }
+
+    [[nodiscard]] fs::path add() { return path_ / std::to_string(count_++); }
+
+private:
+    fs::path path_;
+    int count_ = 0;
+};
+
+class Tree {
+public:
+    explicit Tree(std::size_t products) {
+        static Trees trees;
+        path_ = trees.add();
+        fs::create_directory(path_);
+        InstallTree(root()).write(selections("present", products));
+        flush();
+    }
+
+    [[nodiscard]] install::ustring root() const { return path_.u16string(); }
+    [[nodiscard]] const fs::path& path() const { return path_; }
+
+    void flush() const {
+        const int directory = open(path_.c_str(), O_RDONLY);
+        syncfs(directory);
+        close(directory);
+    }
+
+private:
+    fs::path path_;
+};
+
+// Takes the time of `write` on a new tree, which has the second argument of the benchmark as
+// products.
+template <class Write>
+void run(benchmark::State& state, const Write& write) {
+    const Selections& products = selections("new", static_cast<std::size_t>(state.range(0)));
+    for ([[maybe_unused]] auto _ : state) {
+        const Tree tree(static_cast<std::size_t>(state.range(1)));
+        const auto start = std::chrono::steady_clock::now();
+        write(tree, products);
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(elapsed.count());
+    }
+}
+
+void write_at_once(const Tree& tree, const Selections& products) {
+    InstallTree(tree.root()).write(products);
+}
+
+void write_one_by_one(const Tree& tree, const Selections& products) {
+    for (const ProductSelection& each : products)
+        each.product->serialize(tree.root(), each.platforms, each.locale);
+}
+
+void write_one_by_one_and_flush(const Tree& tree, const Selections& products) {
+    write_one_by_one(tree, products);
+    tree.flush();
+}
+
+// The bytes that a tree gets: new documents, and the shared files as a whole.
+void tree_floor(benchmark::State& state) {
+    const Selections& products = selections("new", static_cast<std::size_t>(state.range(0)));
+    const Tree written(static_cast<std::size_t>(state.range(1)));
+    InstallTree(written.root()).write(products);
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(written.path()))
+        if (entry.is_regular_file() && (entry.path().extension() == ".json" ||
+                                        entry.path().filename().string().starts_with("new")))
+            files[fs::relative(entry.path(), written.path())] = benchmarks::read_raw(entry.path());
+    run(state, [&](const Tree& tree, const Selections&) {
+        fs::create_directories(tree.path() / "appdata/products");
+        for (const auto& [name, bytes] : files)
+            benchmarks::write_raw(tree.path() / name, bytes);
+        tree.flush();
+    });
+}
+
+void each_size(benchmark::internal::Benchmark* benchmark) {
+    for (const std::int64_t present : {std::int64_t(0), std::int64_t(present_products)})
+        for (const std::int64_t count : {1, 1000, 10000})
+            benchmark->Args({count, present});
+    benchmark->UseManualTime()->Unit(benchmark::kMillisecond);
+}
+
+// Ten thousand one by one take half a minute.
+void up_to_each_size_once(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Args({1, present_products})->Args({1000, 0})->Args({1000, present_products});
+    benchmark->Args({10000, 0})->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+}
+
+BENCHMARK_CAPTURE(run, write, write_at_once)->Name("tree_write")->Apply(each_size);
+BENCHMARK(tree_floor)->Apply(each_size);
+BENCHMARK_CAPTURE(run, serialize, write_one_by_one)
+    ->Name("tree_serialize")
+    ->Apply(up_to_each_size_once);
+BENCHMARK_CAPTURE(run, serialize_flushed, write_one_by_one_and_flush)
+    ->Name("tree_serialize_flushed")
+    ->Args({1, present_products})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+} // namespace
