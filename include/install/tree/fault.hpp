@@ -29,7 +29,7 @@ struct Fault {
         interrupted,    ///< an interrupted change waits to be finished or dropped
     };
 
-    Kind kind = Kind::missing;
+    Kind kind = Kind::missing; ///< what is wrong
 
     /// The path of the file, in the encoding of the file system. It is not printable as it stands.
     std::string path;
