@@ -190,7 +190,8 @@ Directory Directory::subdirectory(const std::string& name, int flags) const {
 }
 
 std::string Directory::path_of(const std::string& name) const {
-    return path_.empty() || path_.back() == '/' ? path_ + name : path_ + '/' + name;
+    const bool is_joined = path_.empty() || path_.back() == '/' || name.empty();
+    return path_ + (is_joined ? "" : "/") + name;
 }
 
 std::optional<FileStatus> Directory::status(const std::string& name) const {

@@ -4,15 +4,12 @@
 #include "install/tree/install_tree.hpp"
 #include "install/tree/repair.hpp"
 #include "support/disk_calls.hpp"
-#include "support/models.hpp"
-#include "support/temporary_directory.hpp"
+#include "support/trees.hpp"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <map>
-#include <memory>
-#include <regex>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,33 +19,14 @@
 namespace {
 
 using namespace install::tree;
+using test::contents_map;
+using test::copy_of;
+using test::files_of;
+using test::installed_record;
+using test::selection;
 using test::TemporaryDirectory;
 namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>; // contents by relative paths
-
-const std::string contents_map = "appdata/prodcontents.json";
-const std::string installed_record = "appdata/installedProductData.json";
-
-ProductSelection selection(const install::ustring& name, const install::ustring& text) {
-    install::datamodels::transitive_closure::Product model;
-    model->basecode = model->name = name;
-    model->version = u"1";
-    model->platformXmls = {{u"hostpf", text}};
-    model->localeXmls = {{u"en", u"<en/>"}};
-    return {std::make_shared<install::product_impl::ProductImpl>(model), {"hostpf"}, "en"};
-}
-
-// The times of this year are all the same.
-Files files_of(const TemporaryDirectory& tree) {
-    Files files;
-    for (const std::string& name : tree.files())
-        files[name] = tree.content(name);
-    files.erase("appdata/.lock");
-    for (auto& [name, text] : files)
-        if (name.starts_with(installed_record))
-            text = std::regex_replace(text, std::regex(":1[7-9][0-9]{11}"), ":NOW");
-    return files;
-}
 
 // A tree with products A, B and C, written in two changes long ago.
 void prepare_tree(const TemporaryDirectory& tree) {
@@ -58,7 +36,7 @@ void prepare_tree(const TemporaryDirectory& tree) {
 }
 
 struct Scenario {
-    const char* name;
+    std::string name;
     void (*prepare)(const TemporaryDirectory&);
     void (*change)(const TemporaryDirectory&);
 };
@@ -70,7 +48,7 @@ const Scenario scenarios[] = {
              .write({selection(u"A", u"<new/>"), selection(u"D", u"<d/>"),
                      selection(u"in/folder", u"<e/>")});
      }},
-    {"first write", [](const TemporaryDirectory&) {},
+    {"first_write", [](const TemporaryDirectory&) {},
      [](const TemporaryDirectory& tree) {
          InstallTree(tree.upath()).write({selection(u"A", u"<a/>"), selection(u"B", u"<b/>")});
      }},
@@ -133,21 +111,11 @@ protected:
         EXPECT_NE(old_, new_);
     }
 
-    static std::unique_ptr<TemporaryDirectory> copy_of(const TemporaryDirectory& tree) {
-        auto copy = std::make_unique<TemporaryDirectory>();
-        fs::copy(tree.path(), copy->path(), fs::copy_options::recursive);
-        return copy;
-    }
-
-    void expect_old_or_new(const TemporaryDirectory& tree) {
+    void recover_and_expect_old_or_new(const TemporaryDirectory& tree) {
+        InstallTree(tree.upath()).recover();
         const Files files = files_of(tree);
         (files == new_ ? news_ : olds_) += 1;
         EXPECT_EQ(files, files == new_ ? new_ : old_);
-    }
-
-    void recover_and_expect_old_or_new(const TemporaryDirectory& tree) {
-        InstallTree(tree.upath()).recover();
-        expect_old_or_new(tree);
     }
 
     TemporaryDirectory prepared_;
@@ -311,9 +279,6 @@ TEST_P(Interrupted, ByAFailureOfPower) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, Interrupted, testing::ValuesIn(scenarios),
-                         [](const auto& scenario) {
-                             return std::regex_replace(std::string(scenario.param.name),
-                                                       std::regex(" "), "_");
-                         });
+                         [](const auto& scenario) { return scenario.param.name; });
 
 } // namespace

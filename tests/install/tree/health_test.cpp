@@ -6,21 +6,17 @@
 #include "install/tree/printable_text.hpp"
 #include "install/tree/repair.hpp"
 #include "support/table.hpp"
-#include "support/temporary_directory.hpp"
+#include "support/trees.hpp"
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <map>
 
 namespace {
 
 using namespace install::tree;
+using test::contents_map;
+using test::installed_record;
+using test::products;
 using test::TemporaryDirectory;
-
-const std::string contents_map = "appdata/prodcontents.json";
-const std::string installed_record = "appdata/installedProductData.json";
-const std::string products = "appdata/products/";
 
 TEST(Health, IsAsTheTableSays) {
     for (const auto& row : test::read_table("health.tsv")) {
@@ -121,7 +117,6 @@ TEST_F(Repaired, FromAFileTruncatedAtAnyByte) {
 
 TEST_F(Repaired, WithWhatIsLeft) {
     const std::string typed = R"("kxdata":[18446744073709551615],"kxtype":"uint64")";
-    const std::string before = tree_.content(contents_map);
     const std::pair<std::string, std::string> texts[] = {
         {"\xEF\xBB\xBF" + map_, map_},
         {" \n" + map_, map_},

@@ -1,0 +1,55 @@
+// Products for install trees, and the files of a tree.
+
+#pragma once
+
+#include "install/tree/install_tree.hpp"
+#include "support/temporary_directory.hpp"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <regex>
+#include <string>
+
+namespace test {
+
+inline const std::string contents_map = "appdata/prodcontents.json";
+inline const std::string installed_record = "appdata/installedProductData.json";
+inline const std::string products = "appdata/products/";
+
+/// The product `name` 1, whose basecode is its name, with documents for hostpf and en, and en once
+/// more as a platform.
+inline install::tree::ProductSelection selection(const install::ustring& name,
+                                                 const install::ustring& text = u"<a/>",
+                                                 const install::ustring* basecode = nullptr) {
+    install::datamodels::transitive_closure::Product model;
+    model->basecode = basecode == nullptr ? name : *basecode;
+    model->name = name;
+    model->version = u"1";
+    model->platformXmls = {{u"hostpf", text}, {u"en", text + u"platform"}};
+    model->localeXmls = {{u"en", text + u"locale"}};
+    return {std::make_shared<install::product_impl::ProductImpl>(model), {"hostpf"}, "en"};
+}
+
+/// The regular files but those that end in one of the suffixes; all times of this year are the
+/// same.
+inline std::map<std::string, std::string> files_of(const TemporaryDirectory& tree,
+                                                   const std::string& suffix = ".lock") {
+    std::map<std::string, std::string> files;
+    for (const std::string& name : tree.files())
+        if (!name.ends_with(".lock") && !name.ends_with(suffix) &&
+            std::filesystem::is_regular_file(tree.path(name)))
+            files[name] = tree.content(name);
+    for (auto& [name, text] : files)
+        if (name.starts_with(installed_record))
+            text = std::regex_replace(text, std::regex(":1[7-9][0-9]{11}"), ":NOW");
+    return files;
+}
+
+inline std::unique_ptr<TemporaryDirectory> copy_of(const TemporaryDirectory& tree) {
+    auto copy = std::make_unique<TemporaryDirectory>();
+    std::filesystem::copy(tree.path(), copy->path(), std::filesystem::copy_options::recursive);
+    return copy;
+}
+
+} // namespace test
