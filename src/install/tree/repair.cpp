@@ -144,8 +144,8 @@ private:
                     lost[*key].push_back(name);
         for (auto& [key, names] : lost) {
             const std::string first = name_prefix(key) + entry_key_tag + ".xml";
-            std::stable_partition(names.begin(), names.end(),
-                                  [&](const std::string& name) { return name == first; });
+            if (const auto found = std::ranges::find(names, first); found != names.end())
+                std::rotate(names.begin(), found, found + 1);
             restore_entry(key, list_of(names), "its documents");
         }
     }
