@@ -8,9 +8,9 @@
 #include <fcntl.h>
 #include <sys/types.h>
 
-thread_local constinit test::DiskObserver* test::disk_observer = nullptr;
-
 namespace {
+
+thread_local constinit test::DiskObserver* disk_observer = nullptr;
 
 template <class Result, class... Arguments>
 Result real(const char* function, Arguments... arguments) {
@@ -21,7 +21,7 @@ Result real(const char* function, Arguments... arguments) {
 // What the observer itself does is not observed.
 template <class Result, class... Arguments>
 Result observed(const char* function, int descriptor, const char* name, Arguments... arguments) {
-    test::DiskObserver* const observer = std::exchange(test::disk_observer, nullptr);
+    test::DiskObserver* const observer = std::exchange(disk_observer, nullptr);
     if (observer == nullptr)
         return real<Result>(function, arguments...);
     int error = observer->before(function);
@@ -33,12 +33,19 @@ Result observed(const char* function, int descriptor, const char* name, Argument
         if (result != -1)
             observer->after(function, opens ? static_cast<int>(result) : descriptor, name);
     }
-    test::disk_observer = observer;
+    disk_observer = observer;
     errno = error;
     return result;
 }
 
 } // namespace
+
+test::DiskObserver::DiskObserver() {
+    disk_observer = this;
+}
+test::DiskObserver::~DiskObserver() {
+    disk_observer = nullptr;
+}
 
 extern "C" {
 #pragma GCC visibility push(default)

@@ -5,17 +5,17 @@
 
 namespace test {
 
+/// Sees the calls of this thread while it exists.
 class DiskObserver {
 public:
-    virtual ~DiskObserver() = default;
+    DiskObserver();
+    DiskObserver(DiskObserver&&) = delete; // nor a copy
+    virtual ~DiskObserver();
     /// Returns the errno with which the call fails; 0 if it is to be made.
     virtual int before(const char* function) = 0;
     /// After a call that succeeded: the file that it opened or flushed, or else the directory and
     /// the name that it was given.
     virtual void after(const char* /*function*/, int /*descriptor*/, const char* /*name*/) {}
 };
-
-/// Sees the calls of this thread; null for none.
-extern thread_local constinit DiskObserver* disk_observer;
 
 } // namespace test

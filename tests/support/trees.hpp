@@ -10,6 +10,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace test {
 
@@ -44,6 +45,14 @@ inline std::map<std::string, std::string> files_of(const TemporaryDirectory& tre
         if (name.starts_with(installed_record))
             text = std::regex_replace(text, std::regex(":1[7-9][0-9]{11}"), ":NOW");
     return files;
+}
+
+/// The kinds of the faults, each with a space after it.
+inline std::string kinds_of(const std::vector<install::tree::Fault>& faults) {
+    std::string kinds;
+    for (const auto& fault : faults)
+        kinds += describe(fault.kind) + std::string(" ");
+    return kinds;
 }
 
 inline std::unique_ptr<TemporaryDirectory> copy_of(const TemporaryDirectory& tree) {

@@ -19,12 +19,7 @@
 namespace {
 
 using namespace install::tree;
-using test::contents_map;
-using test::copy_of;
-using test::files_of;
-using test::installed_record;
-using test::selection;
-using test::TemporaryDirectory;
+using namespace test;
 namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>; // contents by relative paths
 
@@ -67,12 +62,7 @@ const Scenario scenarios[] = {
 // Lets the first calls pass and does something else before the next one.
 class AtCall : public test::DiskObserver {
 public:
-    AtCall(int passing, std::function<int()> then) : passing_(passing), then_(std::move(then)) {
-        test::disk_observer = this;
-    }
-    AtCall(const AtCall&) = delete;
-    AtCall& operator=(const AtCall&) = delete;
-    ~AtCall() override { test::disk_observer = nullptr; }
+    AtCall(int passing, std::function<int()> then) : passing_(passing), then_(std::move(then)) {}
     int before(const char* /*function*/) override { return passing_-- == 0 ? then_() : 0; }
     [[nodiscard]] bool was_reached() const { return passing_ < 0; }
 
@@ -183,11 +173,7 @@ public:
           has_syncfs_(has_syncfs),
           removes_early_(removes_early) {
         flush_all(root_);
-        test::disk_observer = this;
     }
-    DurableDisk(const DurableDisk&) = delete;
-    DurableDisk& operator=(const DurableDisk&) = delete;
-    ~DurableDisk() override { test::disk_observer = nullptr; }
 
     int before(const char* function) override {
         states.push_back(files_below(inode(root_)));

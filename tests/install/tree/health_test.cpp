@@ -13,10 +13,7 @@
 namespace {
 
 using namespace install::tree;
-using test::contents_map;
-using test::installed_record;
-using test::products;
-using test::TemporaryDirectory;
+using namespace test;
 
 TEST(Health, IsAsTheTableSays) {
     for (const auto& row : test::read_table("health.tsv")) {
@@ -56,10 +53,8 @@ TEST(Health, FindsWhatIsNoRegularFileAndWhatWasInterrupted) {
     std::filesystem::create_symlink("/etc/passwd", tree.path(products + "link 1 en.xml"));
     tree.write("appdata/.staging/x", "");
     tree.write("appdata/.commit/x", "");
-    std::string kinds;
-    for (const Fault& fault : inspect(tree.upath()).problems)
-        kinds += describe(fault.kind) + std::string(" ");
-    EXPECT_EQ(kinds, "interrupted interrupted missing not_regular not_regular ");
+    EXPECT_EQ(test::kinds_of(inspect(tree.upath()).problems),
+              "interrupted interrupted missing not_regular not_regular ");
     EXPECT_THROW(static_cast<void>(inspect(u"/nowhere")), tree_error);
     EXPECT_THROW(repair(tree.upath()), tree_error);
 }

@@ -27,12 +27,7 @@
 namespace {
 
 using namespace install::tree;
-using test::contents_map;
-using test::files_of;
-using test::installed_record;
-using test::products;
-using test::selection;
-using test::TemporaryDirectory;
+using namespace test;
 namespace fs = std::filesystem;
 
 // Few names, so that products meet their own entries, documents and basecodes again.
@@ -117,10 +112,9 @@ TEST(TreeVerify, FindsEachKindOfFault) {
     fs::remove(directory.path(products + "B 1 en.xml"));
     directory.write(contents_map, R"({"A 1 hostpf":["/x"],"C 1 hostpf":4})");
     directory.write(installed_record, R"({"A":5,"B":"x"})");
-    std::string kinds;
-    for (const Fault& fault : tree.verify(all, InstallTree::Time(std::chrono::milliseconds(6))))
-        kinds += describe(fault.kind) + std::string(" ");
-    EXPECT_EQ(kinds, "different empty missing different missing different old different missing ");
+    const InstallTree::Time since(std::chrono::milliseconds(6));
+    EXPECT_EQ(test::kinds_of(tree.verify(all, since)),
+              "different empty missing different missing different old different missing ");
 }
 
 // The rows of tree_failures.tsv; each runs in a process of its own, which may lose rights and room.
