@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstdlib>
 #include <random>
 #include <thread>
 
@@ -178,7 +179,7 @@ void fail(const TemporaryDirectory& tree, const std::vector<std::string>& row) {
     const bool as_told = what.find(row[1]) != std::string::npos;
     if (!as_told)
         std::fprintf(stderr, "%s\n", what.c_str());
-    _exit(as_told && files_of(tree) == before ? 0 : 1);
+    std::exit(as_told && files_of(tree) == before ? 0 : 1);
 }
 
 TEST(TreeFailure, IsToldAndChangesNothing) {
