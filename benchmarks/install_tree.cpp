@@ -117,11 +117,6 @@ void write_one_by_one(const Tree& tree, const Selections& products) {
         each.product->serialize(tree.root(), each.platforms, each.locale);
 }
 
-void write_one_by_one_and_flush(const Tree& tree, const Selections& products) {
-    write_one_by_one(tree, products);
-    tree.flush();
-}
-
 // The bytes that a tree gets: new documents, and the shared files as a whole.
 void tree_floor(benchmark::State& state) {
     const Selections& products = selections("new", static_cast<std::size_t>(state.range(0)));
@@ -158,10 +153,5 @@ BENCHMARK(tree_floor)->Apply(each_size);
 BENCHMARK_CAPTURE(run, serialize, write_one_by_one)
     ->Name("tree_serialize")
     ->Apply(up_to_each_size_once);
-BENCHMARK_CAPTURE(run, serialize_flushed, write_one_by_one_and_flush)
-    ->Name("tree_serialize_flushed")
-    ->Args({1, present_products})
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
 
 } // namespace
