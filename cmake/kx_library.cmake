@@ -1,5 +1,6 @@
 # Functions for all libraries of the project.
 
+include(CheckCXXCompilerFlag)
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -29,9 +30,29 @@ function(kx_compile_options target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
+  kx_harden(${target})
 endfunction()
 
-# Adds the shared library libkx<name>. Its target is kx::<name>, here and once it is installed:
+# What makes a fault in memory end the program rather than run somebody else's code. Optimised builds
+# only: checks of the C library's functions need that, and the sanitizers have their own.
+function(kx_harden target)
+  set(optimised "$<CONFIG:Release,RelWithDebInfo,MinSizeRel>")
+  set(options -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  foreach(option -fstack-clash-protection -fcf-protection)
+    string(MAKE_C_IDENTIFIER "KX_HAS${option}" available)
+    check_cxx_compiler_flag(${option} ${available})
+    if(${available})
+      list(APPEND options ${option})
+    endif()
+  endforeach()
+  target_compile_options(${target} PRIVATE "$<${optimised}:${options}>")
+  get_target_property(type ${target} TYPE)
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT type STREQUAL "STATIC_LIBRARY")
+    target_link_options(${target} PRIVATE "$<${optimised}:LINKER:-z,relro,-z,now>")
+  endif()
+endfunction()
+
+# Adds the library libkx<name>, shared unless BUILD_SHARED_LIBS is off. Its target is kx::<name>, here and once it is installed:
 #
 #     kx_add_library(<name>
 #       DESCRIPTION <one line>
@@ -43,7 +64,7 @@ endfunction()
 function(kx_add_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FINDS" "SOURCES;HEADERS;REQUIRES")
   set(target kx${name})
-  add_library(${target} SHARED ${arg_SOURCES})
+  add_library(${target} ${arg_SOURCES})
   add_library(kx::${name} ALIAS ${target})
   kx_compile_options(${target})
   kx_export_our_names_only(${target})
@@ -51,8 +72,12 @@ function(kx_add_library name)
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    # The libraries are in one folder, which may be moved.
-    INSTALL_RPATH "$ORIGIN")
+    # The libraries are in one folder, which may be moved. They are in one before they are installed,
+    # too: if the folders had to change then, CMake would add an empty one, which is the current one.
+    LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}"
+    INSTALL_RPATH "$ORIGIN"
+    BUILD_WITH_INSTALL_RPATH ON)
 
   if(KX_SIBLINGS STREQUAL "system")
     foreach(header IN LISTS arg_HEADERS)
@@ -67,14 +92,16 @@ function(kx_add_library name)
   list(TRANSFORM arg_REQUIRES PREPEND kx:: OUTPUT_VARIABLE libraries)
   target_link_libraries(${target} PUBLIC ${libraries})
 
-  kx_install_library(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
+  if(KX_INSTALL)
+    kx_install_library(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
+  endif()
 endfunction()
 
 # Hidden visibility does not apply to instantiations of templates of the standard library. If they
 # were exported, they would be part of our binary interface, and some of them would keep the library
 # from being unloaded.
 function(kx_export_our_names_only target)
-  if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND BUILD_SHARED_LIBS)
     set(names "${PROJECT_SOURCE_DIR}/cmake/exported_names.map")
     target_link_options(${target} PRIVATE "LINKER:--version-script=${names}")
     set_target_properties(${target} PROPERTIES LINK_DEPENDS "${names}")
@@ -88,6 +115,7 @@ function(kx_install_library target description requires finds)
   set_property(GLOBAL APPEND PROPERTY kx_libraries ${target})
   install(TARGETS ${target} EXPORT ${target}Targets
     LIBRARY COMPONENT ${target}_runtime NAMELINK_COMPONENT ${target}_development
+    ARCHIVE COMPONENT ${target}_development
     FILE_SET HEADERS COMPONENT ${target}_development)
 
   set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/${target}")

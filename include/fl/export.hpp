@@ -3,6 +3,10 @@
 
 #pragma once
 
+#if __cplusplus < 202002L
+#error "The headers of this library need C++20 (-std=c++20) or later."
+#endif
+
 #if defined(__GNUC__)
 /// Marks a class or function that other modules may link to.
 #define KX_EXPORT __attribute__((visibility("default")))

@@ -1,10 +1,10 @@
 #include "foundation/json/detail/text_services.hpp"
 
 #include <fast_float/fast_float.h>
-#include <unicode/utf16.h>
-#include <unicode/utf8.h>
+#include <utf8.h>
 
 #include <cstring>
+#include <iterator>
 
 namespace foundation::json::detail {
 
@@ -21,15 +21,16 @@ double string_to_double(const char* token) noexcept {
 }
 
 std::string u16_to_u8(const char16_t* units, int count) {
+    constexpr char32_t replacement = 0xFFFD;
     std::string text;
-    int position = 0;
-    while (position < count) {
-        UChar32 character = 0;
-        U16_NEXT_OR_FFFD(units, position, count, character);
-        char bytes[U8_MAX_LENGTH] = {};
-        std::size_t length = 0;
-        U8_APPEND_UNSAFE(bytes, length, character);
-        text.append(bytes, length);
+    for (const char16_t* const end = units + count; units != end;) {
+        char32_t character = *units++;
+        const bool leads = character >= 0xD800 && character < 0xDC00;
+        if (leads && units != end && *units >= 0xDC00 && *units < 0xE000)
+            character = 0x10000U + ((character & 0x3FFU) << 10U) + (*units++ & 0x3FFU);
+        else if (character >= 0xD800 && character < 0xE000)
+            character = replacement;
+        utf8::unchecked::append(character, std::back_inserter(text));
     }
     return text;
 }

@@ -1,10 +1,11 @@
 #include "fl/i18n/text_conversion.hpp"
 
-#include <unicode/ustring.h>
-#include <unicode/utf16.h>
-#include <unicode/utf8.h>
+#include <utf8.h>
 
+#include <array>
 #include <cstdint>
+#include <cstring>
+#include <string_view>
 
 namespace fl::i18n {
 
@@ -16,108 +17,120 @@ conversion_error::~conversion_error() = default;
 
 namespace {
 
-// ICU counts in 32 bits, so a long text is converted in pieces.
-constexpr std::size_t most_units_at_once = 1 << 16;
-
-// ICU's macros narrow on purpose.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"
-
-struct FromUtf16 {
-    static constexpr const char* encoding = "UTF-16";
-    static constexpr auto icu_function = u_strToUTF8;
-
-    // Returns where the character at `position` begins.
-    static std::int32_t character_begin(const char16_t* text, std::int32_t position) {
-        U16_SET_CP_START(text, 0, position);
-        return position;
-    }
-
-    // Moves `position` past the next character, and returns whether it is well-formed.
-    static bool skip_character(const char16_t* text, std::int32_t& position, std::int32_t length) {
-        UChar32 character = 0;
-        U16_NEXT(text, position, length, character);
-        return !U_IS_SURROGATE(character);
-    }
-};
-
-struct FromUtf8 {
-    static constexpr const char* encoding = "UTF-8";
-    static constexpr auto icu_function = u_strFromUTF8;
-
-    static std::int32_t character_begin(const char* text, std::int32_t position) {
-        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text);
-        U8_SET_CP_START(bytes, 0, position);
-        return position;
-    }
-
-    static bool skip_character(const char* text, std::int32_t& position, std::int32_t length) {
-        UChar32 character = 0;
-        U8_NEXT(text, position, length, character);
-        return character >= 0;
-    }
-};
-
-#pragma GCC diagnostic pop
-
-// Returns where the first fault of an ill-formed text begins.
-template <class From, class Unit>
-std::size_t offset_of_fault(const Unit* text, std::int32_t length) {
-    std::int32_t position = 0;
-    std::int32_t begin = 0;
-    while (From::skip_character(text, position, length))
-        begin = position;
-    return static_cast<std::size_t>(begin);
+bool is_ascii(char byte) {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+bool is_ascii(char16_t unit) {
+    return unit < 0x80;
+}
+bool is_leading_surrogate(char16_t unit) {
+    return (unit & 0xFC00) == 0xD800;
+}
+bool is_trailing_surrogate(char16_t unit) {
+    return (unit & 0xFC00) == 0xDC00;
 }
 
-// Converts `length` units and appends them to `result`. Returns false if they are ill-formed. The
-// first attempt has room for as many units as there are, which is enough for ASCII and for all
-// texts that become UTF-16; otherwise ICU reports the number it needs for the second attempt.
-template <class From, class Unit, class Result>
-bool append_converted(Result& result, const Unit* text, std::int32_t length) {
-    const std::size_t converted = result.size();
-    std::int32_t room = length;
-    for (;;) {
-        result.resize(converted + static_cast<std::size_t>(room));
-        UErrorCode status = U_ZERO_ERROR;
-        std::int32_t needed = 0;
-        From::icu_function(result.data() + converted, room, &needed, text, length, &status);
-        if (U_SUCCESS(status)) {
-            result.resize(converted + static_cast<std::size_t>(needed));
-            return true;
+// Returns the character that the next three bytes encode; zero if they encode none. Chinese texts
+// consist of such characters, and take three times as long with utf8::next.
+char16_t character_of_three_bytes(const char* in, const char* end) {
+    const auto is_trail = [](char byte) { return (byte & 0xC0) == 0x80; };
+    if (end - in < 3 || (*in & 0xF0) != 0xE0 || !is_trail(in[1]) || !is_trail(in[2]))
+        return 0;
+    const int character = (*in & 0xF) << 12 | (in[1] & 0x3F) << 6 | (in[2] & 0x3F);
+    const bool is_surrogate = (character & 0xF800) == 0xD800;
+    return static_cast<char16_t>(character < 0x800 || is_surrogate ? 0 : character);
+}
+
+// Copies the ASCII characters that a text begins with, and moves both positions past them. Whole
+// blocks are looked at and copied at once, because most texts of an installer are nothing else.
+template <class From, class To>
+void copy_ascii(const From*& in, const From* end, To*& out) {
+    constexpr std::size_t block = 32;
+    while (static_cast<std::size_t>(end - in) >= block) {
+        std::array<From, block> units; // apart from the text, which the output could overlap
+        std::array<To, block> copied;
+        std::memcpy(units.data(), in, sizeof units);
+        From united = 0;
+        for (const From unit : units)
+            united = static_cast<From>(united | unit);
+        if (!is_ascii(united))
+            break;
+        for (std::size_t index = 0; index < block; ++index)
+            copied[index] = static_cast<To>(units[index]);
+        std::memcpy(out, copied.data(), sizeof copied);
+        in += block;
+        out += block;
+    }
+    while (in != end && is_ascii(*in))
+        *out++ = static_cast<To>(*in++);
+}
+
+// Returns the bytes that a well-formed text takes in UTF-8, and at least those of what comes before
+// a fault.
+std::size_t size_in_utf8(const ustring& text) {
+    constexpr std::size_t block = 1U << 14U; // whose sum fits into 16 bits, which adds faster
+    std::size_t size = text.size();
+    for (std::size_t begin = 0; begin < text.size(); begin += block) {
+        const std::u16string_view units = std::u16string_view(text).substr(begin, block);
+        std::uint16_t more = 0; // each half of a pair stands for two of its four bytes
+        for (const char16_t unit : units) {
+            more = static_cast<std::uint16_t>(more + (unit >= 0x80));
+            more = static_cast<std::uint16_t>(more + (unit >= 0x800 && (unit & 0xF800) != 0xD800));
         }
-        if (status != U_BUFFER_OVERFLOW_ERROR)
-            return false;
-        room = needed;
+        size += more;
     }
-}
-
-template <class Result, class From, class Text>
-Result convert(const Text& text) {
-    Result result;
-    std::size_t position = 0;
-    while (position < text.size()) {
-        const auto* const piece = text.data() + position;
-        const std::size_t left = text.size() - position;
-        const auto length =
-            left <= most_units_at_once
-                ? static_cast<std::int32_t>(left)
-                : From::character_begin(piece, static_cast<std::int32_t>(most_units_at_once));
-        if (!append_converted<From>(result, piece, length))
-            throw conversion_error(From::encoding, position + offset_of_fault<From>(piece, length));
-        position += static_cast<std::size_t>(length);
-    }
-    return result;
+    return size;
 }
 
 } // namespace
 
 std::string ustring_to_utf8(const ustring& text) {
-    return convert<std::string, FromUtf16>(text);
+    std::string result(size_in_utf8(text), '\0');
+    const char16_t* in = text.data();
+    const char16_t* const end = in + text.size();
+    char* out = result.data();
+    while (in != end) {
+        copy_ascii(in, end, out);
+        for (; in != end && !is_ascii(*in); ++in) {
+            char32_t character = *in;
+            if (is_leading_surrogate(*in) && end - in > 1 && is_trailing_surrogate(in[1]))
+                character = 0x10000U + ((character & 0x3FFU) << 10U) + (*++in & 0x3FFU);
+            else if (is_leading_surrogate(*in) || is_trailing_surrogate(*in))
+                throw conversion_error("UTF-16", static_cast<std::size_t>(in - text.data()));
+            out = utf8::unchecked::append(character, out);
+        }
+    }
+    return result;
 }
 
 ustring utf8_to_ustring(const std::string& text) {
-    return convert<ustring, FromUtf8>(text);
+    ustring result(text.size(), u'\0');
+    const char* in = text.data();
+    const char* const end = in + text.size();
+    char16_t* out = result.data();
+    try {
+        while (in != end) {
+            copy_ascii(in, end, out);
+            while (in != end && !is_ascii(*in)) {
+                if (const char16_t unit = character_of_three_bytes(in, end)) {
+                    *out++ = unit;
+                    in += 3;
+                    continue;
+                }
+                const char32_t character = utf8::next(in, end);
+                if (character >= 0x10000) {
+                    *out++ = static_cast<char16_t>(0xD7C0U + (character >> 10U));
+                    *out++ = static_cast<char16_t>(0xDC00U | (character & 0x3FFU));
+                } else {
+                    *out++ = static_cast<char16_t>(character);
+                }
+            }
+        }
+    } catch (const utf8::exception&) {
+        throw conversion_error("UTF-8", static_cast<std::size_t>(in - text.data()));
+    }
+    result.resize(static_cast<std::size_t>(out - result.data()));
+    return result;
 }
 
 } // namespace fl::i18n

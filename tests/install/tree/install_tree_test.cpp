@@ -173,7 +173,7 @@ void fail(const TemporaryDirectory& tree, const std::vector<std::string>& row) {
     } catch (const tree_error& error) {
         what = error.what();
     }
-    static_cast<void>(seteuid(getuid()));
+    EXPECT_EQ(seteuid(getuid()), 0);
     const rlimit many_files = {256, 256};
     setrlimit(RLIMIT_NOFILE, &many_files);
     const bool as_told = what.find(row[1]) != std::string::npos;
