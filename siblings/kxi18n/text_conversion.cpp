@@ -41,12 +41,24 @@ char16_t character_of_three_bytes(const char* in, const char* end) {
     return static_cast<char16_t>(character < 0x800 || is_surrogate ? 0 : character);
 }
 
-// Copies the ASCII characters that a text begins with, and moves both positions past them. Whole
-// blocks are looked at and copied at once, because most texts of an installer are nothing else.
+template <class From, class To>
+void copy_each_ascii(const From*& in, const From* end, To*& out) {
+    while (in != end && is_ascii(*in))
+        *out++ = static_cast<To>(*in++);
+}
+
+// Copies the ASCII characters that a text begins with, and moves both positions past them. Most
+// texts of an installer are nothing else, so that whole blocks are looked at and copied at once;
+// but only after some single ones, as there are also texts with many short runs.
 template <class From, class To>
 void copy_ascii(const From*& in, const From* end, To*& out) {
-    constexpr std::size_t block = 32;
-    while (static_cast<std::size_t>(end - in) >= block) {
+    constexpr std::ptrdiff_t few = 8;
+    constexpr std::ptrdiff_t block = 32;
+    const From* const near = end - in > few ? in + few : end;
+    copy_each_ascii(in, near, out);
+    if (in != near)
+        return;
+    while (end - in >= block) {
         std::array<From, block> units; // apart from the text, which the output could overlap
         std::array<To, block> copied;
         std::memcpy(units.data(), in, sizeof units);
@@ -55,14 +67,13 @@ void copy_ascii(const From*& in, const From* end, To*& out) {
             united = static_cast<From>(united | unit);
         if (!is_ascii(united))
             break;
-        for (std::size_t index = 0; index < block; ++index)
+        for (std::size_t index = 0; index < units.size(); ++index)
             copied[index] = static_cast<To>(units[index]);
         std::memcpy(out, copied.data(), sizeof copied);
         in += block;
         out += block;
     }
-    while (in != end && is_ascii(*in))
-        *out++ = static_cast<To>(*in++);
+    copy_each_ascii(in, end, out);
 }
 
 // Returns the bytes that a well-formed text takes in UTF-8, and at least those of what comes before
