@@ -30,12 +30,14 @@ function(kx_compile_options target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  kx_harden(${target})
 endfunction()
 
-# What makes a fault in memory end the program rather than run somebody else's code. Optimised builds
-# only: checks of the C library's functions need that, and the sanitizers have their own.
+# For all that is installed: a fault in memory ends the program rather than runs somebody else's code.
+# Optimised builds only, which the checks of the C library's functions need; the sanitizers have their own.
 function(kx_harden target)
+  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    return()
+  endif()
   set(optimised "$<CONFIG:Release,RelWithDebInfo,MinSizeRel>")
   set(options -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
   foreach(option -fstack-clash-protection -fcf-protection)
@@ -67,6 +69,7 @@ function(kx_add_library name)
   add_library(${target} ${arg_SOURCES})
   add_library(kx::${name} ALIAS ${target})
   kx_compile_options(${target})
+  kx_harden(${target})
   kx_export_our_names_only(${target})
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
