@@ -54,7 +54,8 @@ function(kx_harden target)
   endif()
 endfunction()
 
-# Adds the library libkx<name>, shared unless BUILD_SHARED_LIBS is off. Its target is kx::<name>, here and once it is installed:
+# Adds the library libkx<name>, shared or static as BUILD_SHARED_LIBS says. Its target is kx::<name>, here and
+# once it is installed:
 #
 #     kx_add_library(<name>
 #       DESCRIPTION <one line>
