@@ -16,6 +16,8 @@ endif()
 # keep their own flags. CMAKE_COMPILE_WARNING_AS_ERROR, which the presets set, makes them errors.
 function(kx_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
+  # Sizes and numbers of files have 64 bits, also where the machine's words have not.
+  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # g++ 12 warns falsely about operator+ of a literal and a std::string.

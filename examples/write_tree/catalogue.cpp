@@ -73,7 +73,8 @@ void check_part_of_file_name(const std::string& what, const std::string& text,
     if (text.empty())
         throw Malformed("empty " + what);
     const auto is_unfit = [unfit](char byte) {
-        return (byte >= 0 && byte <= ' ') || byte == '\x7F' || unfit.find(byte) != unfit.npos;
+        return static_cast<unsigned char>(byte) <= ' ' || byte == '\x7F' ||
+               unfit.find(byte) != unfit.npos;
     };
     if (std::any_of(text.begin(), text.end(), is_unfit))
         throw Malformed(what + " with a space, a control character, or one of " +

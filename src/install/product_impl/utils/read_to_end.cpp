@@ -1,6 +1,8 @@
 #include "install/product_impl/utils/read_to_end.hpp"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 namespace install::product_impl::utils {
 
@@ -11,9 +13,9 @@ constexpr auto end_of_file = std::char_traits<char>::eof();
 // Returns the number of bytes left in a file whose buffer is empty, and 0 where it is not known. It
 // only says how much memory to reserve: some devices report any number.
 std::size_t remaining_size(fl::filesystem::basic_ifstream<char>& file) {
-    constexpr std::streamsize implausible = std::streamsize(1) << 40U;
+    constexpr auto implausible = std::min(std::uint64_t(1) << 40U, std::uint64_t(SIZE_MAX / 4));
     const std::streamsize size = file.rdbuf()->in_avail();
-    return size > 0 && size < implausible ? static_cast<std::size_t>(size) : 0;
+    return size > 0 && std::uint64_t(size) < implausible ? static_cast<std::size_t>(size) : 0;
 }
 
 } // namespace
