@@ -118,7 +118,6 @@ endfunction()
 # two install components, <target>_runtime and <target>_development. No installed file contains an
 # absolute path, so that the prefix can be moved.
 function(kx_install_library target description requires finds)
-  set_property(GLOBAL APPEND PROPERTY kx_libraries ${target})
   install(TARGETS ${target} EXPORT ${target}Targets
     LIBRARY COMPONENT ${target}_runtime NAMELINK_COMPONENT ${target}_development
     ARCHIVE COMPONENT ${target}_development
