@@ -1,5 +1,5 @@
 // The end of a run of plain bytes in a JSON string. Most bytes of a text are in such runs, so that
-// they are searched eight bytes at a time.
+// they are searched many at a time.
 
 #pragma once
 
@@ -24,47 +24,30 @@ namespace foundation::json::detail {
     return (word - ones * 0x20U) & ~word & (ones << 7U);
 }
 
-// Returns the first byte from `first` to `last` for which `ends_run` is true, and `last` if there
-// is none. `mark_ends` does the same for a word: it marks the lowest such byte by its highest bit,
-// and returns 0 if there is none.
-template <class MarkEnds, class EndsRun>
-[[nodiscard]] inline const char* find_end_of_run(const char* first, const char* last,
-                                                 const MarkEnds& mark_ends,
-                                                 const EndsRun& ends_run) noexcept {
-    if constexpr (std::endian::native == std::endian::little) {
-        for (std::uint64_t word = 0; last - first >= std::ptrdiff_t(sizeof word);
-             first += sizeof word) {
-            std::memcpy(&word, first, sizeof word);
-            if (const std::uint64_t marks = mark_ends(word); marks != 0)
-                return first + std::countr_zero(marks) / 8;
-        }
-    }
-    while (first != last && !ends_run(*first))
-        ++first;
-    return first;
-}
-
-// Returns the first quote or backslash from `first` to `last`, and `last` if there is none. The
-// reader stops at no other byte of a string.
-[[nodiscard]] inline const char* find_quote_or_backslash(const char* first,
-                                                         const char* last) noexcept {
-    return find_end_of_run(
-        first, last,
-        [](std::uint64_t word) { return bytes_equal_to(word, '"') | bytes_equal_to(word, '\\'); },
-        [](char byte) { return byte == '"' || byte == '\\'; });
+// Returns the first `byte` from `first` to `last`, and `last` if there is none.
+[[nodiscard]] inline const char* find_byte(char byte, const char* first,
+                                           const char* last) noexcept {
+    const void* const found = std::memchr(first, byte, static_cast<std::size_t>(last - first));
+    return found == nullptr ? last : static_cast<const char*>(found);
 }
 
 // Returns the first byte that the writer escapes (a quote, a backslash, or a byte below 0x20), and
 // `last` if there is none.
 [[nodiscard]] inline const char* find_byte_to_escape(const char* first, const char* last) noexcept {
-    return find_end_of_run(
-        first, last,
-        [](std::uint64_t word) {
-            return bytes_equal_to(word, '"') | bytes_equal_to(word, '\\') | control_bytes(word);
-        },
-        [](char byte) {
-            return byte == '"' || byte == '\\' || static_cast<unsigned char>(byte) < 0x20;
-        });
+    if constexpr (std::endian::native == std::endian::little) {
+        for (std::uint64_t word = 0; last - first >= std::ptrdiff_t(sizeof word);
+             first += sizeof word) {
+            std::memcpy(&word, first, sizeof word);
+            const std::uint64_t marks =
+                bytes_equal_to(word, '"') | bytes_equal_to(word, '\\') | control_bytes(word);
+            if (marks != 0)
+                return first + std::countr_zero(marks) / 8;
+        }
+    }
+    while (first != last && *first != '"' && *first != '\\' &&
+           static_cast<unsigned char>(*first) >= 0x20)
+        ++first;
+    return first;
 }
 
 } // namespace foundation::json::detail

@@ -2,15 +2,17 @@
 #include "foundation/json/detail/parser.hpp"
 
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace foundation::json::detail {
 
 namespace {
 
-// Reads a key, the colon after it, and the whitespace before the value.
+// Reads a key into an empty string, the colon after it, and the whitespace before the value.
 parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool allow_comments) {
-    if (const parse_result result = read_string(key, pos, end, allow_comments); result != parse_ok)
+    if (const parse_result result = read_string_here(key, pos, end); result != parse_ok)
         return result;
     skip_whitespace(pos, end, allow_comments);
     if (pos == end)
@@ -27,12 +29,15 @@ parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool
 parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
                                   bool allow_comments, int depth) {
     constexpr Brackets brackets = {'{', '}', parse_no_object_open, parse_bad_object_separator};
+    // Of views, those of another length are not compared at all.
+    constexpr std::string_view data_key = typed_data_key;
+    constexpr std::string_view type_key = typed_type_key;
     ValueMap members;
     TypedState typed_state;
     const auto read_value = [&](const std::string& key, Value& value) {
-        if (key == typed_data_key)
+        if (key == data_key)
             return read_data_member(typed_state, value, pos, end, allow_comments, depth + 1);
-        if (key == typed_type_key)
+        if (key == type_key)
             return read_type_member(typed_state, members, value, pos, end, allow_comments,
                                     depth + 1);
         return parse_value(value, pos, end, allow_comments, depth + 1);
@@ -43,7 +48,9 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
             return result;
         // Our own writer sorts the keys, so that most of them belong at the end of the map.
         const std::size_t former_size = members.size();
-        const auto member = members.try_emplace(members.end(), std::move(key));
+        const auto member =
+            members.emplace_hint(members.end(), std::piecewise_construct,
+                                 std::forward_as_tuple(std::move(key)), std::tuple());
         if (members.size() > former_size)
             return read_value(member->first, member->second);
         // The first value of a key is kept; a later one is read to its end and dropped.

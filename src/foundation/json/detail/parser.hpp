@@ -15,6 +15,7 @@
 #include "foundation/json/typed_integers.hpp"
 #include "foundation/json/value.hpp"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -51,7 +52,7 @@ inline void store_value(Value& target, Value& source) noexcept {
 [[nodiscard]] parse_result parse_number(double& out, Iterator& pos, const Iterator& end,
                                         bool allow_comments);
 
-// Strings (strings.cpp).
+// Strings (strings.cpp, and escapes.cpp for what is between the quotes).
 
 [[nodiscard]] parse_result parse_string(Value& out, Iterator& pos, const Iterator& end,
                                         bool allow_comments);
@@ -59,6 +60,14 @@ inline void store_value(Value& target, Value& source) noexcept {
 // Reads a quoted text: a string value, or the key of a member.
 [[nodiscard]] parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
                                        bool allow_comments);
+
+// The same, but `out` must be empty, and after a failure its content is unspecified.
+[[nodiscard]] parse_result read_string_here(std::string& out, Iterator& pos, const Iterator& end);
+
+// Reads plain bytes and escapes up to `stop`, or past it where that is within an escape, and
+// appends what they stand for to `text`. After a failure `pos` is at the backslash.
+[[nodiscard]] parse_result read_escaped_content(std::string& text, Iterator& pos,
+                                                const Iterator& end, const char* stop);
 
 // Reads one plain byte or one escape, and appends what it stands for to `text`. At the closing
 // quote the result is parse_string_end. `pos` moves on success only.
@@ -134,9 +143,15 @@ inline void skip_whitespace(Iterator& pos, const Iterator& end, bool allow_comme
     return fl::i18n::lcctype::isdigit_ascii(static_cast<char32_t>(byte));
 }
 
-inline void skip_digits(Iterator& pos, const Iterator& end) noexcept {
-    while (pos != end && is_digit(*pos))
-        ++pos;
+// Moves `pos` past the digits that begin there. Returns their value, modulo 2^64: that of up to 19
+// digits is exact.
+inline std::uint64_t read_digits(Iterator& pos, const Iterator& end) noexcept {
+    Iterator digit = pos; // a copy, as the compiler need not keep it in memory
+    std::uint64_t value = 0;
+    for (; digit != end && is_digit(*digit); ++digit)
+        value = value * 10 + static_cast<std::uint64_t>(*digit - '0');
+    pos = digit;
+    return value;
 }
 
 } // namespace foundation::json::detail

@@ -1,33 +1,42 @@
 #include "foundation/json/detail/bracketed_list.hpp"
 #include "foundation/json/detail/parser.hpp"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 namespace foundation::json::detail {
 
 namespace {
 
-parse_result scan_integer(Iterator& pos, const Iterator& end) {
+// Reads the sign and the digits of an integer. The magnitude is modulo 2^64.
+parse_result scan_integer(std::uint64_t& magnitude, Iterator& pos, const Iterator& end) {
     if (pos == end)
         return parse_end_of_input;
     if (*pos == '-' && ++pos == end)
         return parse_end_of_input;
     if (!is_digit(*pos))
         return parse_not_an_integer;
+    magnitude = 0;
     if (*pos == '0')
         ++pos; // the token ends after a leading zero
     else
-        skip_digits(pos, end);
+        magnitude = read_digits(pos, end);
     return parse_ok;
 }
 
 // Returns the value of the token, and `beyond` if it is out of range.
 template <class Integer>
-Integer to_integer(Iterator first, Iterator last, Integer beyond) {
-    Integer number = beyond; // out of range, from_chars leaves it
+Integer to_integer(std::uint64_t magnitude, Iterator first, Iterator last, Integer beyond) {
+    if (last - first <= std::numeric_limits<Integer>::digits10 && *first != '-')
+        return static_cast<Integer>(magnitude); // so few digits are always in range
+    Integer number = beyond;                    // out of range, from_chars leaves it
     std::from_chars(std::to_address(first), std::to_address(last), number);
     return number;
 }
@@ -72,20 +81,22 @@ parse_result parse_payload(ValueVector& out, Iterator& pos, const Iterator& end,
 
 parse_result scan_signed(long long& out, Iterator& pos, const Iterator& end) {
     const Iterator start = pos;
-    const parse_result result = scan_integer(pos, end);
+    std::uint64_t magnitude = 0;
+    const parse_result result = scan_integer(magnitude, pos, end);
     if (result == parse_ok) {
         using limits = std::numeric_limits<long long>;
-        out = to_integer(start, pos, *start == '-' ? limits::min() : limits::max());
+        out = to_integer(magnitude, start, pos, *start == '-' ? limits::min() : limits::max());
     }
     return result;
 }
 
 parse_result scan_unsigned(unsigned long long& out, Iterator& pos, const Iterator& end) {
     const Iterator start = pos;
-    const parse_result result = scan_integer(pos, end);
+    std::uint64_t magnitude = 0;
+    const parse_result result = scan_integer(magnitude, pos, end);
     if (result == parse_ok) {
         using limits = std::numeric_limits<unsigned long long>;
-        out = *start == '-' ? 0 : to_integer(start, pos, limits::max());
+        out = *start == '-' ? 0 : to_integer(magnitude, start, pos, limits::max());
     }
     return result;
 }
@@ -116,12 +127,57 @@ parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator
     return result;
 }
 
+namespace {
+
+// An array of integers whose type comes after it.
+struct TypedLater {
+    std::size_t count;
+    Iterator end;
+};
+
+// Returns the array at `pos` if its type is the very next member, as our own writer puts it.
+// Nothing if it is not, or if there is whitespace, or anything that is no integer.
+std::optional<TypedLater> find_typed_later(Iterator pos, const Iterator& end) {
+    if (pos == end || *pos != '[')
+        return std::nullopt;
+    std::size_t count = 0;
+    do {
+        ++pos; // past the bracket or the comma
+        if (pos != end && *pos == '-')
+            ++pos;
+        if (pos == end || !is_digit(*pos))
+            return std::nullopt;
+        read_digits(pos, end);
+        ++count;
+    } while (pos != end && *pos == ',');
+    const Iterator list_end = pos;
+    for (const char* const part : {"],\"", typed_type_key, "\":\""})
+        if (match_literal(pos, end, part, parse_no_colon) != parse_ok)
+            return std::nullopt;
+    const std::string_view name(std::to_address(pos), std::to_address(std::find(pos, end, '"')));
+    if (pos + static_cast<std::ptrdiff_t>(name.size()) == end || !is_type_name(name))
+        return std::nullopt;
+    return TypedLater{count, list_end + 1};
+}
+
+} // namespace
+
 parse_result read_data_member(TypedState& state, Value& out, Iterator& pos, const Iterator& end,
                               bool allow_comments, int depth) {
     state.data_pos = pos;
     state.data_end = end;
     state.data_pending = true;
     try {
+        if (state.type_name.empty() && depth < max_nesting_depth) {
+            // It will be read again, so that a place of the right size does until then.
+            if (const auto array = find_typed_later(pos, end)) {
+                ValueVector elements;
+                elements.reserve(array->count);
+                out = Value(std::move(elements));
+                pos = array->end;
+                return parse_ok;
+            }
+        }
         return parse_typed_data(state.type_name, out, pos, end, allow_comments, depth);
     } catch (...) {
         return parse_end_of_input;
