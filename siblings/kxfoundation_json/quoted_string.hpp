@@ -2,11 +2,10 @@
 
 #pragma once
 
-#include "text_buffer.hpp"
-
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace foundation::json {
@@ -16,68 +15,61 @@ constexpr bool must_be_escaped(char byte) {
     return byte == '"' || byte == '\\' || static_cast<unsigned char>(byte) < 0x20;
 }
 
-// Whether any of the eight bytes at `first` must be escaped.
-inline bool has_byte_to_escape(const char* first) {
+// Marks the bytes of `word` that must be escaped by their highest bits. A borrow may mark more
+// bytes, but only above one that is marked rightly.
+constexpr std::uint64_t mark_bytes_to_escape(std::uint64_t word) {
     constexpr std::uint64_t ones = 0x0101010101010101U;
-    std::uint64_t word = 0;
-    std::memcpy(&word, first, sizeof word);
     const std::uint64_t quotes = word ^ (ones * '"');
     const std::uint64_t backslashes = word ^ (ones * '\\');
-    // A byte that is looked for lets its subtraction borrow, which sets the highest bit.
-    return ((((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes) |
-             ((word - ones * 0x20U) & ~word)) &
-            (ones << 7U)) != 0;
+    return (((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes) |
+            ((word - ones * 0x20U) & ~word)) &
+           (ones << 7U);
 }
 
 // Returns the first byte from `first` to `last` that must be escaped, and `last` if there is none.
 // Most strings have none, so that they are looked at eight bytes at a time.
 inline const char* find_byte_to_escape(const char* first, const char* last) {
-    constexpr std::ptrdiff_t word = sizeof(std::uint64_t);
-    if (last - first >= word) {
-        while (last - first > word && !has_byte_to_escape(first))
-            first += word;
-        // The rest with bytes before it, which were looked at already.
-        if (last - first <= word && !has_byte_to_escape(last - word))
-            return last;
+    std::uint64_t word = 0;
+    for (; last - first >= std::ptrdiff_t(sizeof word); first += sizeof word) {
+        std::memcpy(&word, first, sizeof word);
+        if (const std::uint64_t marks = mark_bytes_to_escape(word); marks != 0) {
+            if constexpr (std::endian::native == std::endian::little)
+                return first + std::countr_zero(marks) / 8;
+            break;
+        }
     }
     while (first != last && !must_be_escaped(*first))
         ++first;
     return first;
 }
 
-inline char* put_escaped(char* out, char byte) {
+inline void append_escaped(std::string& text, char byte) {
     constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
     constexpr std::string_view letters = "\"\\bfnrt";
     constexpr std::string_view hex_digits = "0123456789abcdef";
-    *out++ = '\\';
+    text += '\\';
     if (const auto index = escaped.find(byte); index != std::string_view::npos) {
-        *out++ = letters[index];
-        return out;
+        text += letters[index];
+    } else {
+        text += "u00";
+        text += hex_digits[static_cast<unsigned char>(byte) / 16U];
+        text += hex_digits[static_cast<unsigned char>(byte) % 16U];
     }
-    for (const char digit : {'u', '0', '0', hex_digits[static_cast<unsigned char>(byte) / 16U],
-                             hex_digits[static_cast<unsigned char>(byte) % 16U]})
-        *out++ = digit;
-    return out;
 }
 
-inline void append_quoted(TextBuffer& text, std::string_view string) {
-    constexpr std::size_t longest_escape = 6;
+inline void append_quoted(std::string& text, std::string_view string) {
     const char* position = string.data();
     const char* const end = position + string.size();
-    char* out = text.make_room(string.size() + 2);
-    *out++ = '"';
+    text += '"';
     for (;;) {
         const char* const run_end = find_byte_to_escape(position, end);
-        out = std::copy(position, run_end, out);
+        text.append(position, run_end);
         if (run_end == end)
             break;
-        text.write_to(out);
+        append_escaped(text, *run_end);
         position = run_end + 1;
-        out = text.make_room(longest_escape + static_cast<std::size_t>(end - position) + 1);
-        out = put_escaped(out, *run_end);
     }
-    *out++ = '"';
-    text.write_to(out);
+    text += '"';
 }
 
 } // namespace foundation::json

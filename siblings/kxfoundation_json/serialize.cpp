@@ -3,9 +3,9 @@
 #include "foundation/json/typed_integers.hpp"
 #include "foundation/json/value.hpp"
 #include "quoted_string.hpp"
-#include "text_buffer.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <string_view>
@@ -45,8 +45,7 @@ const char* type_missing_from_kxtype(const ValueMap& members) {
 // have an exponent, and other people's integer readers refuse that. Minus zero is not an integer.
 bool is_exact_integer(double number) {
     constexpr double bound = 9007199254740992.0;
-    return std::abs(number) < bound &&
-           static_cast<double>(static_cast<long long>(number)) == number &&
+    return std::abs(number) < bound && std::trunc(number) == number &&
            !(number == 0 && std::signbit(number));
 }
 
@@ -56,7 +55,7 @@ public:
     void write(const Value& value) {
         switch (value.tag()) {
         case traits<bool>::tag:
-            text_.append(*value.get_if<bool>() ? "true" : "false");
+            text_ += *value.get_if<bool>() ? "true" : "false";
             break;
         case traits<double>::tag:
             write_floating(*value.get_if<double>());
@@ -81,21 +80,21 @@ public:
             write_number(*value.get_if<unsigned long long>());
             break;
         default: // Undefined and Null
-            text_.append("null");
+            text_ += "null";
         }
     }
 
-    std::string take_text() { return text_.take(); }
+    std::string take_text() noexcept { return std::move(text_); }
 
 private:
     void write_array(const ValueVector& elements) {
         char separator = '[';
         for (const Value& element : elements) {
-            text_.append(separator);
+            text_ += separator;
             write(element);
             separator = ',';
         }
-        text_.append(elements.empty() ? "[]" : "]");
+        text_ += elements.empty() ? "[]" : "]";
     }
 
     void write_object(const ValueMap& members) {
@@ -116,34 +115,34 @@ private:
                 write(value);
             separator = ',';
         }
-        text_.append(members.empty() ? "{}" : "}");
+        text_ += members.empty() ? "{}" : "}";
     }
 
     void write_key(char separator, std::string_view key) {
-        text_.append(separator);
+        text_ += separator;
         append_quoted(text_, key);
-        text_.append(':');
+        text_ += ':';
     }
 
     void write_floating(double number) {
         if (is_exact_integer(number))
             write_number(static_cast<long long>(number));
         else if (std::isnan(number))
-            text_.append("null");
+            text_ += "null";
         else if (std::isinf(number))
-            text_.append(number < 0 ? "-1e999" : "1e999"); // out of range, which reads as infinity
+            text_ += number < 0 ? "-1e999" : "1e999"; // out of range, which reads as infinity
         else
             write_number(number);
     }
 
     template <class Number>
     void write_number(Number number) {
-        constexpr std::size_t longest = 32; // the longest are doubles: 24 characters
-        char* const out = text_.make_room(longest);
-        text_.write_to(std::to_chars(out, out + longest, number).ptr);
+        std::array<char, 32> digits; // the longest are doubles: 24 characters
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        text_.append(digits.data(), end);
     }
 
-    TextBuffer text_;
+    std::string text_;
 };
 
 } // namespace
