@@ -4,7 +4,7 @@
 
 #include "fuzz_target.hpp"
 
-#include "foundation/json/detail/canonical_object.hpp"
+#include "foundation/json/detail/editable_object.hpp"
 #include "foundation/json/serialize.hpp"
 #include "install/product_impl/product_impl.hpp"
 #include "install/product_impl/utils/files.hpp"
@@ -16,13 +16,14 @@
 using foundation::json::serialize;
 using foundation::json::Value;
 using foundation::json::ValueMap;
-using foundation::json::detail::CanonicalObject;
+using foundation::json::detail::CanonicalText;
+using foundation::json::detail::EditableObject;
 namespace utils = install::product_impl::utils;
 
 namespace {
 
 bool is_recognised(std::string text) {
-    return CanonicalObject::take(text).has_value();
+    return CanonicalText::recognise(text).has_value();
 }
 
 // What the library writes: strings without escapes, lists of them, and whole numbers.
@@ -40,19 +41,17 @@ void check_canonical_form(const std::string& text, const test::Reading& reading)
     require(is_recognised(written) == is_plain(written), "plain texts alone are recognised");
 }
 
-// One edit after the other leaves what the writer would make of the members.
-void check_edits(std::string text, Value expected) {
-    auto object = CanonicalObject::take(text);
-    if (!object)
+// One edit after the other leaves what the writer makes of the members, in-place or not.
+void check_edits(const std::string& text, Value expected) {
+    if (expected.get_if<ValueMap>() == nullptr || !text.starts_with('{'))
         return;
-    for (const std::string key : {"\\", "\"", "\n", "kxdata", "kxtype"}) {
-        Value value(true);
-        require(!object->set_member(key, value), "such keys are not for editing in-place");
-    }
-    for (const char* key : {"m", "", "z", "m", "a", "y", "z"}) {
-        Value value(std::string(object->text().size() % 7, 'x'));
-        expected.get<ValueMap>().insert_or_assign(key, value);
-        require(object->set_member(key, value) && object->text() == serialize(expected),
+    auto& members = expected.get<ValueMap>();
+    EditableObject object(text);
+    for (const char* key : {"m", "", "z", "m", "\\\"\n", "y", "z", "kxdata", "a", "b", "kxtype"}) {
+        const Value value(std::string(members.size() % 7, 'x'));
+        members.insert_or_assign(key, value);
+        object.set(key, value);
+        require(EditableObject(object).text() == serialize(expected),
                 "an edit leaves what a round trip would");
     }
 }

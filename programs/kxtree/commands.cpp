@@ -8,7 +8,6 @@
 #include "json_output.hpp"
 #include "output.hpp"
 
-#include <filesystem>
 #include <iostream>
 
 namespace kxtree {
@@ -25,23 +24,15 @@ void print_whom_we_wait_for(std::int64_t process) {
               << std::endl;
 }
 
-// To the library, a tree that does not exist yet is an empty one.
-void require_tree(const std::string& root) {
-    const std::filesystem::path appdata = std::filesystem::path(root) / "appdata";
-    if (!std::filesystem::is_directory(appdata))
-        throw install::tree::tree_error("list", appdata.string(), "There is no install tree.");
-}
-
 } // namespace
 
 int list(const std::string& root, bool json) {
-    require_tree(root);
     const auto listing = InstallTree(utf8_to_ustring(root)).list();
     if (json)
         std::cout << listing_as_json(listing);
     else
         print_listing(std::cout, listing);
-    return healthy;
+    return ok;
 }
 
 int check(const std::string& root, bool json) {
@@ -50,7 +41,7 @@ int check(const std::string& root, bool json) {
         std::cout << health_as_json(health);
     else
         print_health(std::cout, health, Style());
-    return health.problems.empty() ? healthy : problems;
+    return health.problems.empty() ? ok : problems;
 }
 
 int remove(const std::string& root, const std::string& key,
@@ -62,7 +53,7 @@ int remove(const std::string& root, const std::string& key,
     if (basecode)
         std::cout << ", and " << printable(*basecode) << " from the installed record";
     std::cout << ".\n";
-    return healthy;
+    return ok;
 }
 
 int repair(const std::string& root, bool apply) {
@@ -74,7 +65,7 @@ int repair(const std::string& root, bool apply) {
         std::cout << "Nothing to repair.\n";
     else if (!apply)
         std::cout << "Nothing was changed; run it again with --apply.\n";
-    return healthy;
+    return ok;
 }
 
 } // namespace kxtree

@@ -8,7 +8,7 @@
 namespace kxtree {
 
 enum ExitStatus : int {
-    healthy = 0,  ///< or done
+    ok = 0,       ///< done; check found no problem
     problems = 1, ///< check found some
     failed = 2,   ///< the tree could not be read or changed, or the arguments are wrong
 };

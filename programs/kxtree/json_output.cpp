@@ -48,7 +48,7 @@ ValueMap members(const Listing& listing) {
 
 Value faults_as_json(const std::vector<Fault>& faults) {
     return list(faults, [](const Fault& fault) {
-        return Value(ValueMap{{"kind", Value(std::string(describe(fault.kind)))},
+        return Value(ValueMap{{"kind", Value(std::string(name_of(fault.kind)))},
                               {"path", text(fault.path)},
                               {"text", Value(fault.text)}});
     });

@@ -93,7 +93,7 @@ int run(int argc, char** argv) {
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? checked_output(kxtree::healthy) : int(kxtree::failed);
+        return program.exit(error) == 0 ? checked_output(kxtree::ok) : int(kxtree::failed);
     }
     return checked_output(request.command());
 }

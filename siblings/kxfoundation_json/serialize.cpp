@@ -35,9 +35,9 @@ const char* type_missing_from_kxtype(const ValueMap& members) {
     if (elements == nullptr)
         return nullptr;
     if (holds_only<long long>(*elements))
-        return name != nullptr && is_signed_type_name(*name) ? nullptr : "int64";
+        return name != nullptr && detail::is_signed_typed_name(*name) ? nullptr : "int64";
     if (holds_only<unsigned long long>(*elements))
-        return name != nullptr && is_unsigned_type_name(*name) ? nullptr : "uint64";
+        return name != nullptr && detail::is_unsigned_typed_name(*name) ? nullptr : "uint64";
     return nullptr;
 }
 

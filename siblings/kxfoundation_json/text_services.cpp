@@ -1,5 +1,7 @@
 #include "foundation/json/detail/text_services.hpp"
 
+#include "fl/i18n/utf16.hpp"
+
 #include <fast_float/fast_float.h>
 #include <utf8.h>
 
@@ -24,13 +26,9 @@ std::string u16_to_u8(const char16_t* units, int count) {
     constexpr char32_t replacement = 0xFFFD;
     std::string text;
     for (const char16_t* const end = units + count; units != end;) {
-        char32_t character = *units++;
-        const bool leads = character >= 0xD800 && character < 0xDC00;
-        if (leads && units != end && *units >= 0xDC00 && *units < 0xE000)
-            character = 0x10000U + ((character & 0x3FFU) << 10U) + (*units++ & 0x3FFU);
-        else if (character >= 0xD800 && character < 0xE000)
-            character = replacement;
-        utf8::unchecked::append(character, std::back_inserter(text));
+        const char32_t character = fl::i18n::next_character(units, end);
+        utf8::unchecked::append(fl::i18n::is_surrogate(character) ? replacement : character,
+                                std::back_inserter(text));
     }
     return text;
 }

@@ -1,5 +1,7 @@
 #include "fl/i18n/text_conversion.hpp"
 
+#include "fl/i18n/utf16.hpp"
+
 #include <utf8.h>
 
 #include <array>
@@ -23,22 +25,16 @@ bool is_ascii(char byte) {
 bool is_ascii(char16_t unit) {
     return unit < 0x80;
 }
-bool is_leading_surrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-bool is_trailing_surrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
 
 // Returns the character that the next three bytes encode; zero if they encode none. Chinese texts
-// consist of such characters, and take three times as long with utf8::next.
+// consist of such characters, and take three times as long with utf8cpp alone.
 char16_t character_of_three_bytes(const char* in, const char* end) {
     const auto is_trail = [](char byte) { return (byte & 0xC0) == 0x80; };
     if (end - in < 3 || (*in & 0xF0) != 0xE0 || !is_trail(in[1]) || !is_trail(in[2]))
         return 0;
     const int character = (*in & 0xF) << 12 | (in[1] & 0x3F) << 6 | (in[2] & 0x3F);
-    const bool is_surrogate = (character & 0xF800) == 0xD800;
-    return static_cast<char16_t>(character < 0x800 || is_surrogate ? 0 : character);
+    const bool encodes_one = character >= 0x800 && !is_surrogate(static_cast<char32_t>(character));
+    return static_cast<char16_t>(encodes_one ? character : 0);
 }
 
 template <class From, class To>
@@ -86,7 +82,7 @@ std::size_t size_in_utf8(const ustring& text) {
         std::uint16_t more = 0; // each half of a pair stands for two of its four bytes
         for (const char16_t unit : units) {
             more = static_cast<std::uint16_t>(more + (unit >= 0x80));
-            more = static_cast<std::uint16_t>(more + (unit >= 0x800 && (unit & 0xF800) != 0xD800));
+            more = static_cast<std::uint16_t>(more + (unit >= 0x800 && !is_surrogate(unit)));
         }
         size += more;
     }
@@ -102,12 +98,10 @@ std::string ustring_to_utf8(const ustring& text) {
     char* out = result.data();
     while (in != end) {
         copy_ascii(in, end, out);
-        for (; in != end && !is_ascii(*in); ++in) {
-            char32_t character = *in;
-            if (is_leading_surrogate(*in) && end - in > 1 && is_trailing_surrogate(in[1]))
-                character = 0x10000U + ((character & 0x3FFU) << 10U) + (*++in & 0x3FFU);
-            else if (is_leading_surrogate(*in) || is_trailing_surrogate(*in))
-                throw conversion_error("UTF-16", static_cast<std::size_t>(in - text.data()));
+        while (in != end && !is_ascii(*in)) {
+            const char32_t character = next_character(in, end);
+            if (is_surrogate(character))
+                throw conversion_error("UTF-16", static_cast<std::size_t>(in - 1 - text.data()));
             out = utf8::unchecked::append(character, out);
         }
     }

@@ -51,7 +51,7 @@ inline std::map<std::string, std::string> files_of(const TemporaryDirectory& tre
 inline std::string kinds_of(const std::vector<install::tree::Fault>& faults) {
     std::string kinds;
     for (const auto& fault : faults)
-        kinds += describe(fault.kind) + std::string(" ");
+        kinds += name_of(fault.kind) + std::string(" ");
     return kinds;
 }
 

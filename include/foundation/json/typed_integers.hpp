@@ -9,7 +9,7 @@
 
 #pragma once
 
-#include <string_view>
+#include <string>
 
 namespace foundation::json {
 
@@ -22,20 +22,24 @@ constexpr const char* typed_data_key = "kxdata";
 /// The key of the member that names their type.
 constexpr const char* typed_type_key = "kxtype";
 
+namespace detail {
+
 /// True for the names of signed types, whose integers are read as long long. The width in a name
 /// sets no range.
-[[nodiscard]] constexpr bool is_signed_type_name(std::string_view name) noexcept {
+[[nodiscard]] inline bool is_signed_typed_name(const std::string& name) noexcept {
     return name == "int64" || name == "int32" || name == "int16" || name == "int8";
 }
 
 /// True for the names of unsigned types, whose integers are read as unsigned long long.
-[[nodiscard]] constexpr bool is_unsigned_type_name(std::string_view name) noexcept {
+[[nodiscard]] inline bool is_unsigned_typed_name(const std::string& name) noexcept {
     return name == "uint64" || name == "uint32" || name == "uint16" || name == "uint8";
 }
 
 /// True for all eight names. Any other name leaves the numbers double.
-[[nodiscard]] constexpr bool is_type_name(std::string_view name) noexcept {
-    return is_signed_type_name(name) || is_unsigned_type_name(name);
+[[nodiscard]] inline bool is_typed_name(const std::string& name) noexcept {
+    return is_signed_typed_name(name) || is_unsigned_typed_name(name);
 }
+
+} // namespace detail
 
 } // namespace foundation::json

@@ -39,6 +39,6 @@ struct Fault {
 };
 
 /// Returns the name of a kind, such as "missing" or "not_listed". The text is a string literal.
-[[nodiscard]] KX_EXPORT const char* describe(Fault::Kind kind) noexcept;
+[[nodiscard]] KX_EXPORT const char* name_of(Fault::Kind kind) noexcept;
 
 } // namespace install::tree

@@ -3,9 +3,11 @@
 
 #include "fl/filesystem/operations.hpp"
 #include "fl/i18n/text_conversion.hpp"
+#include "foundation/json/detail/editable_object.hpp"
 #include "install/product_impl/product_impl.hpp"
-#include "install/product_impl/utils/json_object_file.hpp"
+#include "install/product_impl/utils/files.hpp"
 #include "install/product_impl/utils/paths.hpp"
+#include "install/tree_names.hpp"
 
 #include <string>
 #include <utility>
@@ -14,13 +16,13 @@ namespace install::product_impl {
 
 using foundation::json::Value;
 using foundation::json::ValueVector;
+using foundation::json::detail::EditableObject;
 
 namespace {
 
-// The tag is the same whatever platforms a product is written for, so that a later write for other
-// platforms finds the entry.
 std::string entry_key(const ustring& name, const ustring& version) {
-    return fl::i18n::ustring_to_utf8(utils::getNameVersionPlatformKey(name, version, u"hostpf"));
+    return fl::i18n::ustring_to_utf8(
+        utils::getNameVersionPlatformKey(name, version, tree_names::utf16(tree_names::entry_tag)));
 }
 
 } // namespace
@@ -39,18 +41,18 @@ void ProductImpl::createContentsMap(const ustring& installRoot, const ustring& f
                                     const std::vector<std::string>& platforms,
                                     const std::string& locale) const {
     Value paths(getRelativeXmlPaths(installRoot, platforms, locale));
-    auto file = utils::JsonObjectFile::without_members(filePath);
-    file.set(entry_key(name_, version_), std::move(paths));
-    file.write();
+    EditableObject entries;
+    entries.set(entry_key(name_, version_), std::move(paths));
+    utils::writeFile(filePath, std::move(entries).text());
 }
 
 void ProductImpl::addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                         const std::vector<std::string>& platforms,
                                         const std::string& locale) const {
-    utils::JsonObjectFile file(filePath);
+    EditableObject entries(utils::readFile(filePath));
     const std::string key = entry_key(name_, version_); // before the paths: its fault comes first
-    file.set(key, Value(getRelativeXmlPaths(installRoot, platforms, locale)));
-    file.write();
+    entries.set(key, Value(getRelativeXmlPaths(installRoot, platforms, locale)));
+    utils::writeFile(filePath, std::move(entries).text());
 }
 
 ValueVector ProductImpl::getRelativeXmlPaths(const ustring& installRoot,

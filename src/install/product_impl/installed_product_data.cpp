@@ -3,26 +3,19 @@
 
 #include "fl/filesystem/operations.hpp"
 #include "fl/i18n/text_conversion.hpp"
+#include "foundation/json/detail/editable_object.hpp"
+#include "install/clock.hpp"
 #include "install/product_impl/product_impl.hpp"
-#include "install/product_impl/utils/json_object_file.hpp"
+#include "install/product_impl/utils/files.hpp"
 #include "install/product_impl/utils/paths.hpp"
 
-#include <chrono>
 #include <string>
+#include <utility>
 
 namespace install::product_impl {
 
 using foundation::json::Value;
-
-namespace {
-
-// Milliseconds since the Unix epoch, truncated towards zero.
-long long now_in_milliseconds() {
-    const auto since_epoch = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(since_epoch).count();
-}
-
-} // namespace
+using foundation::json::detail::EditableObject;
 
 void ProductImpl::writeInstalledProdData(const ustring& installRoot) const {
     const fl::filesystem::path path = utils::getInstalledProdDataPath(installRoot);
@@ -34,16 +27,16 @@ void ProductImpl::writeInstalledProdData(const ustring& installRoot) const {
 
 void ProductImpl::createInstalledProdData(const fl::filesystem::path& filePath) const {
     const std::string key = fl::i18n::ustring_to_utf8(basecode_);
-    auto file = utils::JsonObjectFile::without_members(filePath.text());
-    file.set(key, Value(now_in_milliseconds()));
-    file.write();
+    EditableObject times;
+    times.set(key, Value(milliseconds_since_epoch()));
+    utils::writeFile(filePath.text(), std::move(times).text());
 }
 
 void ProductImpl::addEntryInInstalledProdData(const fl::filesystem::path& filePath) const {
-    utils::JsonObjectFile file(filePath.text());
+    EditableObject times(utils::readFile(filePath.text()));
     const std::string key = fl::i18n::ustring_to_utf8(basecode_); // before the clock is read
-    file.set(key, Value(now_in_milliseconds()));
-    file.write();
+    times.set(key, Value(milliseconds_since_epoch()));
+    utils::writeFile(filePath.text(), std::move(times).text());
 }
 
 } // namespace install::product_impl

@@ -2,7 +2,7 @@
 
 namespace install::tree {
 
-const char* describe(Fault::Kind kind) noexcept {
+const char* name_of(Fault::Kind kind) noexcept {
     using Kind = Fault::Kind;
     switch (kind) { // without a default, so that the compiler warns about a new kind
     case Kind::missing:

@@ -2,9 +2,11 @@
 
 #include "install/tree/tree_error.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <memory>
 #include <utility>
 
@@ -30,13 +32,6 @@ auto uninterrupted(const Call& call) {
         if (result != -1 || errno != EINTR)
             return result;
     }
-}
-
-std::string parent_of(const std::string& path) {
-    const auto separator = path.rfind('/');
-    if (separator == std::string::npos)
-        return {};
-    return path.substr(0, separator == 0 ? 1 : separator);
 }
 
 std::optional<FileStatus> status_at(int directory, const std::string& name, const std::string& path,
@@ -128,6 +123,13 @@ void make_durable_directory(const std::string& path) {
 
 } // namespace
 
+std::string parent_of(const std::string& path) {
+    const auto separator = path.rfind('/');
+    if (separator == std::string::npos)
+        return {};
+    return path.substr(0, separator == 0 ? 1 : separator);
+}
+
 Descriptor::Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -156,10 +158,6 @@ Directory Directory::create(const std::string& path) {
     if (auto directory = open(path))
         return std::move(*directory);
     make_durable_directory(path);
-    return open_existing(path);
-}
-
-Directory Directory::open_existing(const std::string& path) {
     if (auto directory = open(path))
         return std::move(*directory);
     throw tree_error("open", path, std::error_code(ENOENT, std::system_category()));
@@ -174,16 +172,26 @@ std::optional<Directory> Directory::open(const std::string& path) {
     throw tree_error("open", path, last_error());
 }
 
+// One component after the other: the system follows links in all but the last.
 Directory Directory::subdirectory(const std::string& name) const {
-    return subdirectory(name, O_NOFOLLOW);
+    if (name.size() >= PATH_MAX)
+        throw tree_error("open", path_of(name),
+                         std::error_code(ENAMETOOLONG, std::system_category()));
+    Descriptor descriptor = open_directory(descriptor_.number(), ".");
+    for (std::size_t begin = 0; begin < name.size() && descriptor.number() >= 0;) {
+        const std::size_t end = std::min(name.find('/', begin), name.size());
+        if (end > begin)
+            descriptor =
+                open_directory(descriptor.number(), name.substr(begin, end - begin), O_NOFOLLOW);
+        begin = end + 1;
+    }
+    if (descriptor.number() < 0)
+        throw tree_error("open", path_of(name), last_error());
+    return {std::move(descriptor), path_of(name)};
 }
 
 Directory Directory::followed_subdirectory(const std::string& name) const {
-    return subdirectory(name, 0);
-}
-
-Directory Directory::subdirectory(const std::string& name, int flags) const {
-    Descriptor descriptor = open_directory(descriptor_.number(), name.empty() ? "." : name, flags);
+    Descriptor descriptor = open_directory(descriptor_.number(), name.empty() ? "." : name);
     if (descriptor.number() < 0)
         throw tree_error("open", path_of(name), last_error());
     return {std::move(descriptor), path_of(name)};
@@ -324,15 +332,33 @@ void Directory::remove_file(const std::string& name) const {
 
 void Directory::remove_tree(const std::string& name) const {
     const auto found = link_status(name);
-    if (!found)
-        return;
-    if (found->type != FileStatus::Type::directory)
+    if (!found || found->type != FileStatus::Type::directory)
         return remove_file(name);
-    const Directory doomed = subdirectory(name);
-    for (const std::string& child : doomed.names())
-        doomed.remove_tree(child);
-    if (unlinkat(descriptor_.number(), name.c_str(), AT_REMOVEDIR) != 0)
-        throw tree_error("remove", path_of(name), last_error());
+    std::vector<std::string> folders = folders_at(name);
+    for (; !folders.empty(); folders.pop_back()) {
+        const Directory folder = subdirectory(folders.back());
+        for (const std::string& child : folder.names())
+            folder.remove_file(child);
+        const Directory parent = subdirectory(parent_of(folders.back()));
+        const std::string doomed = folders.back().substr(folders.back().rfind('/') + 1);
+        if (unlinkat(parent.descriptor_.number(), doomed.c_str(), AT_REMOVEDIR) != 0)
+            throw tree_error("remove", path_of(folders.back()), last_error());
+    }
+}
+
+// Returns the directory `name` and all below it, each before those in it. It takes no stack, so
+// that they may be nested as deeply as the system allows.
+std::vector<std::string> Directory::folders_at(const std::string& name) const {
+    std::vector<std::string> folders = {name};
+    for (std::size_t index = 0; index < folders.size(); ++index) {
+        const Directory folder = subdirectory(folders[index]);
+        for (const std::string& child : folder.names()) {
+            const auto found = folder.link_status(child);
+            if (found && found->type == FileStatus::Type::directory)
+                folders.push_back(folders[index] + '/' + child);
+        }
+    }
+    return folders;
 }
 
 void Directory::flush() const {
@@ -344,17 +370,16 @@ void Directory::flush_all(const std::string& name) const {
         return;
     if (errno != ENOSYS)
         throw tree_error("flush", path_of(name), last_error());
-    subdirectory(name).flush_tree();
+    for (const std::string& folder : folders_at(name))
+        subdirectory(folder).flush_files();
     flush();
 }
 
-void Directory::flush_tree() const {
+void Directory::flush_files() const {
     for (const std::string& name : names()) {
         const auto found = link_status(name);
-        if (found && found->type == FileStatus::Type::directory) {
-            subdirectory(name).flush_tree();
+        if (found && found->type == FileStatus::Type::directory)
             continue;
-        }
         const Descriptor file(uninterrupted([&] {
             return openat(descriptor_.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
         }));

@@ -31,6 +31,10 @@ private:
     int number_ = -1;
 };
 
+// Returns what comes before the last separator of a path or a name; nothing if there is none. The
+// parent of the root is the root.
+[[nodiscard]] std::string parent_of(const std::string& path);
+
 // What is at a name.
 struct FileStatus {
     enum class Type { regular, directory, other };
@@ -51,13 +55,11 @@ public:
     // Opens the directory at `path`, which is created, and made durable, with all its parents if it
     // does not exist. An empty path names the current directory.
     [[nodiscard]] static Directory create(const std::string& path);
-    // Opens the directory at `path`, which must exist.
-    [[nodiscard]] static Directory open_existing(const std::string& path);
     // Opens the directory at `path` if it exists.
     [[nodiscard]] static std::optional<Directory> open(const std::string& path);
-    // Opens the directory `name`, which must not be a symbolic link.
+    // Opens the directory `name`, following no symbolic link in any part of the name.
     [[nodiscard]] Directory subdirectory(const std::string& name) const;
-    // The same for a directory, or a symbolic link to one, that the user of the tree has put there.
+    // The same, following symbolic links, which the user of the tree has put there.
     [[nodiscard]] Directory followed_subdirectory(const std::string& name) const;
 
     [[nodiscard]] std::string path_of(const std::string& name) const;
@@ -103,8 +105,8 @@ public:
 
 private:
     Directory(Descriptor descriptor, std::string path);
-    [[nodiscard]] Directory subdirectory(const std::string& name, int flags) const;
-    void flush_tree() const;
+    [[nodiscard]] std::vector<std::string> folders_at(const std::string& name) const;
+    void flush_files() const;
 
     Descriptor descriptor_;
     std::string path_;

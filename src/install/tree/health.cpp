@@ -1,12 +1,11 @@
 #include "install/tree/health.hpp"
 
-#include "install/tree/documents.hpp"
-#include "install/tree/entries.hpp"
+#include "install/tree/found/entries.hpp"
+#include "install/tree/found/found_tree.hpp"
 #include "install/tree/layout.hpp"
-#include "install/tree/printable_text.hpp"
-#include "install/tree/shared_file.hpp"
+#include "install/tree/quoted.hpp"
+#include "install/tree_names.hpp"
 
-#include <set>
 #include <utility>
 
 namespace install::tree {
@@ -16,42 +15,33 @@ namespace {
 using foundation::json::Value;
 using Kind = Fault::Kind;
 
-std::string quoted(const std::string& text) {
-    return '"' + printable(text) + '"';
-}
-
 // Compares the files of a tree with each other, and collects what it finds.
 class Inspection {
 public:
-    explicit Inspection(const Layout& layout, const Directory& appdata)
-        : appdata_(appdata),
-          contents_(read_shared_file(appdata, layout.contents_map)),
-          record_(read_shared_file(appdata, layout.installed_record)),
-          documents_(find_documents(appdata)) {}
+    explicit Inspection(const FoundTree& tree) : tree_(tree) {}
 
     Health run() {
         inspect_leftovers();
-        inspect_shared_file(record_);
+        inspect_shared_file(tree_.shared.record);
         inspect_record();
-        inspect_shared_file(contents_);
-        for (const auto& [key, value] : contents_.members)
+        inspect_shared_file(tree_.shared.contents);
+        for (const auto& [key, value] : tree_.shared.contents.members)
             inspect_member(key, value);
-        for (Fault& fault : documents_.faults)
-            health_.problems.push_back(std::move(fault));
+        health_.problems.insert(health_.problems.end(), tree_.documents.faults.begin(),
+                                tree_.documents.faults.end());
         inspect_documents();
-        health_.listing = {contents_entries(contents_.members), record_entries(record_.members)};
-        health_.documents = listed_.size();
+        health_.listing = tree_.shared.listing();
         return std::move(health_);
     }
 
 private:
     void add_problem(Kind kind, const std::string& name, const std::string& text) {
-        health_.problems.push_back({kind, appdata_.path_of(name), text});
+        health_.problems.push_back({kind, tree_.appdata.path_of(name), text});
     }
 
     void inspect_leftovers() {
-        for (const char* const name : {staging_name, commit_name})
-            if (appdata_.link_status(name))
+        for (const auto leftover : {tree_names::staging, tree_names::commit})
+            if (const std::string name(leftover); tree_.appdata.link_status(name))
                 add_problem(
                     Kind::interrupted, name,
                     "Unless a change is under way, one was interrupted here. The next change, "
@@ -59,30 +49,28 @@ private:
     }
 
     void inspect_shared_file(const SharedFile& file) {
-        if (file.fault)
-            health_.problems.push_back(*file.fault);
-        if (file.trailing_bytes > 0)
-            health_.notes.push_back({Kind::trailing_bytes, appdata_.path_of(file.name),
+        if (auto fault = file.fault())
+            health_.problems.push_back(std::move(*fault));
+        else if (file.text.find_first_not_of(" \t\r\n", file.diagnosis.offset) != std::string::npos)
+            health_.notes.push_back({Kind::trailing_bytes, file.path,
                                      "After the object come " +
-                                         std::to_string(file.trailing_bytes) +
+                                         std::to_string(file.diagnosis.ignored_bytes) +
                                          " bytes, which the next write drops."});
     }
 
     void inspect_record() {
-        for (const auto& [basecode, value] : record_.members)
+        for (const auto& [basecode, value] : tree_.shared.record.members)
             if (!time_in(value))
-                add_problem(Kind::no_time, record_.name,
+                add_problem(Kind::no_time, tree_.shared.record.name,
                             "The entry " + quoted(basecode) + " has no time.");
     }
 
     void inspect_member(const std::string& key, const Value& value) {
         const auto paths = paths_in(value);
         const bool is_entry = is_entry_key(key);
-        if (is_entry)
-            prefixes_.insert(name_prefix(key));
         if (is_entry && !paths)
-            add_problem(Kind::no_list, contents_.name,
-                        "The entry " + quoted(key) + " is no list of paths.");
+            add_problem(Kind::no_list, tree_.shared.contents.name,
+                        "The entry " + quoted(key) + " is not a list of paths.");
         if (!paths)
             return;
         for (const std::string& path : *paths)
@@ -93,25 +81,23 @@ private:
         const auto name = document_name(path);
         if (!name) {
             if (is_entry)
-                add_problem(Kind::outside, contents_.name,
+                add_problem(Kind::outside, tree_.shared.contents.name,
                             "The entry " + quoted(key) + " lists " + quoted(path) +
                                 ", which is not in the directory of the documents.");
             return;
         }
         if (is_entry && !name->starts_with(name_prefix(key)))
-            add_problem(Kind::other_key, contents_.name,
+            add_problem(Kind::other_key, tree_.shared.contents.name,
                         "The entry " + quoted(key) + " lists " + quoted(path) +
                             ", which has the key of another product.");
-        if (documents_.sizes.contains(*name))
-            listed_.insert(*name);
-        else
+        if (!tree_.documents.sizes.contains(*name))
             inspect_absent(key, *name);
     }
 
     // Whatever is there instead of a document has been reported.
     void inspect_absent(const std::string& key, const std::string& name) {
         try {
-            if (!appdata_.link_status(name))
+            if (!tree_.appdata.link_status(name))
                 add_problem(Kind::missing, name,
                             "The document is missing; the entry " + quoted(key) + " lists it.");
         } catch (const tree_error& error) {
@@ -120,33 +106,31 @@ private:
     }
 
     void inspect_documents() {
-        for (const auto& [name, size] : documents_.sizes) {
+        const bool is_list_whole = tree_.shared.contents.is(SharedFile::State::object);
+        for (const auto& [name, size] : tree_.documents.sizes) {
             if (size == 0)
                 add_problem(Kind::empty, name, "The document is empty.");
-            if (contents_.fault || listed_.contains(name))
+            if (tree_.is_listed(name))
+                ++health_.documents;
+            else if (!is_list_whole)
                 continue;
-            if (has_prefix(name, prefixes_))
-                health_.notes.push_back({Kind::not_listed, appdata_.path_of(name),
+            else if (tree_.belongs_to_entry(name))
+                health_.notes.push_back({Kind::not_listed, tree_.appdata.path_of(name),
                                          "A document of a former selection of its product."});
             else
                 add_problem(Kind::not_listed, name, "No entry lists this document.");
         }
     }
 
-    const Directory& appdata_;
-    SharedFile contents_;
-    SharedFile record_;
-    Documents documents_;
+    const FoundTree& tree_;
     Health health_;
-    std::set<std::string> prefixes_; // of the names of all entries' documents
-    std::set<std::string> listed_;   // the documents that are there
 };
 
 } // namespace
 
 Health inspect(const ustring& installRoot) {
-    const Layout layout(installRoot);
-    return Inspection(layout, Directory::open_existing(layout.appdata)).run();
+    const Directory appdata = open_tree(Layout(installRoot));
+    return Inspection(FoundTree(appdata)).run();
 }
 
 } // namespace install::tree

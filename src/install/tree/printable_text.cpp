@@ -1,7 +1,8 @@
 #include "install/tree/printable_text.hpp"
 
+#include <utf8.h>
+
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -9,38 +10,15 @@ namespace install::tree {
 
 namespace {
 
-struct Character {
-    std::uint32_t code = 0;
-    std::size_t size = 0; // in bytes; 0 if they are ill-formed UTF-8
-};
-
-Character first_character(std::string_view text) {
-    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    if (byte(0) < 0x80)
-        return {byte(0), 1};
-    const std::size_t size = byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
-    constexpr std::array<std::uint32_t, 5> least = {0, 0, 0x80, 0x800, 0x10000};
-    if (byte(0) < 0xC2 || byte(0) > 0xF4 || size > text.size())
-        return {};
-    std::uint32_t code = byte(0) & (0x7FU >> size);
-    for (std::size_t index = 1; index < size; ++index) {
-        if ((byte(index) & 0xC0U) != 0x80)
-            return {};
-        code = code << 6U | (byte(index) & 0x3FU);
-    }
-    const bool is_surrogate = code >= 0xD800 && code < 0xE000;
-    const bool is_scalar = code >= least[size] && code <= 0x10FFFF && !is_surrogate;
-    return is_scalar ? Character{code, size} : Character{};
-}
-
-bool is_control(std::uint32_t code) {
-    return code < 0x20 || (code >= 0x7F && code < 0xA0);
+bool is_control(std::uint32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
 // Whether a terminal shows the characters after it in another order, or breaks the line.
-bool rearranges_text(std::uint32_t code) {
-    return code == 0x061C || code == 0x200E || code == 0x200F ||
-           (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+bool rearranges_text(std::uint32_t character) {
+    return character == 0x061C || character == 0x200E || character == 0x200F ||
+           (character >= 0x2028 && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
 }
 
 template <class... Arguments>
@@ -50,23 +28,38 @@ std::string formatted(const char* format, Arguments... arguments) {
     return text.data();
 }
 
+void append_byte(std::string& result, char byte) {
+    result += formatted("\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+}
+
+// `text` is well-formed UTF-8.
+void append_well_formed(std::string& result, std::string_view text) {
+    for (const char* position = text.begin(); position != text.end();) {
+        const char* const first = position;
+        const std::uint32_t character = utf8::unchecked::next(position);
+        if (character < 0x80 && is_control(character))
+            append_byte(result, *first);
+        else if (is_control(character) || rearranges_text(character))
+            result += formatted("\\u{%x}", static_cast<unsigned>(character));
+        else
+            result.append(first, position);
+    }
+}
+
 } // namespace
 
 std::string printable(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    while (!text.empty()) {
-        const Character character = first_character(text);
-        if (character.size < 2 && (character.size == 0 || is_control(character.code)))
-            result +=
-                formatted("\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(text[0])));
-        else if (is_control(character.code) || rearranges_text(character.code))
-            result += formatted("\\u{%x}", static_cast<unsigned>(character.code));
-        else
-            result += text.substr(0, character.size);
-        text.remove_prefix(character.size == 0 ? 1 : character.size);
+    for (;;) {
+        const auto size =
+            static_cast<std::size_t>(utf8::find_invalid(text.begin(), text.end()) - text.begin());
+        append_well_formed(result, text.substr(0, size));
+        if (size == text.size())
+            return result;
+        append_byte(result, text[size]);
+        text.remove_prefix(size + 1);
     }
-    return result;
 }
 
 } // namespace install::tree

@@ -1,10 +1,10 @@
 // Whether a tree holds what a write had to leave.
 
-#include "install/tree/entries.hpp"
+#include "install/tree/change/plan.hpp"
+#include "install/tree/found/entries.hpp"
+#include "install/tree/found/found_tree.hpp"
 #include "install/tree/layout.hpp"
-#include "install/tree/plan.hpp"
-#include "install/tree/printable_text.hpp"
-#include "install/tree/shared_file.hpp"
+#include "install/tree/quoted.hpp"
 
 #include <map>
 #include <optional>
@@ -15,7 +15,6 @@ namespace install::tree {
 namespace {
 
 using foundation::json::Value;
-using foundation::json::ValueMap;
 using Kind = Fault::Kind;
 using Faults = std::vector<Fault>;
 
@@ -39,11 +38,10 @@ std::optional<Fault> fault_of_document(const Directory& appdata, const std::stri
 // Calls `check` with each expected key and the member that a shared file has for it, null if it has
 // none. A file that holds no object is one fault.
 template <class Expected, class Check>
-void check_members(const Directory& appdata, const std::string& name, const Expected& expected,
-                   Faults& faults, const Check& check) {
-    const SharedFile file = read_shared_file(appdata, name);
-    if (file.fault) {
-        faults.push_back(*file.fault);
+void check_members(const SharedFile& file, const Expected& expected, Faults& faults,
+                   const Check& check) {
+    if (auto fault = file.fault()) {
+        faults.push_back(std::move(*fault));
         return;
     }
     for (const auto& [key, value] : expected) {
@@ -51,8 +49,7 @@ void check_members(const Directory& appdata, const std::string& name, const Expe
         const auto kind = check(value, member == file.members.end() ? nullptr : &member->second);
         if (kind)
             faults.push_back(
-                {*kind, appdata.path_of(name),
-                 std::string("The entry \"") + printable(key) + "\" is " + describe(*kind) + '.'});
+                {*kind, file.path, "The entry " + quoted(key) + " is " + name_of(*kind) + '.'});
     }
 }
 
@@ -92,8 +89,9 @@ std::vector<Fault> InstallTree::verify(const std::vector<ProductSelection>& sele
         lists.insert_or_assign(entry.key, std::move(entry.paths));
         times.insert_or_assign(entry.basecode, since);
     }
-    check_members(*appdata, layout.contents_map, lists, faults, check_paths);
-    check_members(*appdata, layout.installed_record, times, faults, check_time);
+    const SharedFiles shared(*appdata);
+    check_members(shared.contents, lists, faults, check_paths);
+    check_members(shared.record, times, faults, check_time);
     return faults;
 }
 

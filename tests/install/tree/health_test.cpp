@@ -29,7 +29,7 @@ TEST(Health, IsAsTheTableSays) {
         std::vector<std::string> found;
         const auto add = [&](const std::string& mark, const std::vector<Fault>& faults) {
             for (const Fault& fault : faults)
-                found.push_back(mark + describe(fault.kind) + '|' +
+                found.push_back(mark + name_of(fault.kind) + '|' +
                                 fault.path.substr(tree.path("appdata/").string().size()) + '|' +
                                 fault.text);
         };

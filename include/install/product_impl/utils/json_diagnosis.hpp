@@ -5,6 +5,7 @@
 
 #include "fl/export.hpp"
 #include "foundation/json/detail/parse_value.hpp"
+#include "foundation/json/value.hpp"
 #include "install/ustring.hpp"
 
 #include <cstddef>
@@ -46,6 +47,11 @@ struct JsonFileDiagnosis {
 /// Diagnoses the JSON text `text`; the state is damaged, no_object or object. Throws
 /// std::bad_alloc.
 [[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJson(const std::string& text);
+
+/// The same, and leaves the members of the object in `members`. Of a damaged object they are those
+/// before the damage, up to the last comma.
+[[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJson(const std::string& text,
+                                                       foundation::json::ValueMap& members);
 
 /// Diagnoses the file at `path`, which getJsonObjFromFile only accepts or rejects. Changes nothing
 /// on disk, and opens regular files alone, so that no FIFO or device makes it wait. Throws

@@ -10,9 +10,9 @@ namespace foundation::json::detail {
 
 namespace {
 
-// Reads a key into an empty string, the colon after it, and the whitespace before the value.
+// Reads a key, the colon after it, and the whitespace before the value.
 parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool allow_comments) {
-    if (const parse_result result = read_string_here(key, pos, end); result != parse_ok)
+    if (const parse_result result = read_string(key, pos, end, allow_comments); result != parse_ok)
         return result;
     skip_whitespace(pos, end, allow_comments);
     if (pos == end)
@@ -26,14 +26,14 @@ parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool
 
 } // namespace
 
-parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
-                                  bool allow_comments, int depth) {
+parse_result read_members(ValueMap& members, Iterator& pos, const Iterator& end,
+                          bool allow_comments, int depth) {
     constexpr Brackets brackets = {'{', '}', parse_no_object_open, parse_bad_object_separator};
     // Of views, those of another length are not compared at all.
     constexpr std::string_view data_key = typed_data_key;
     constexpr std::string_view type_key = typed_type_key;
-    ValueMap members;
     TypedState typed_state;
+    auto latest = members.end(); // the member that was inserted last, until a comma follows it
     const auto read_value = [&](const std::string& key, Value& value) {
         if (key == data_key)
             return read_data_member(typed_state, value, pos, end, allow_comments, depth + 1);
@@ -43,6 +43,7 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
         return parse_value(value, pos, end, allow_comments, depth + 1);
     };
     const auto read_member = [&] {
+        latest = members.end();
         std::string key;
         if (const parse_result result = read_key(key, pos, end, allow_comments); result != parse_ok)
             return result;
@@ -51,14 +52,25 @@ parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& 
         const auto member =
             members.emplace_hint(members.end(), std::piecewise_construct,
                                  std::forward_as_tuple(std::move(key)), std::tuple());
-        if (members.size() > former_size)
+        if (members.size() > former_size) {
+            latest = member;
             return read_value(member->first, member->second);
+        }
         // The first value of a key is kept; a later one is read to its end and dropped.
         Value dropped;
         return read_value(member->first, dropped);
     };
     const parse_result result =
         read_bracketed_list(brackets, pos, end, allow_comments, depth, read_member);
+    if (result != parse_ok && latest != members.end())
+        members.erase(latest);
+    return result;
+}
+
+parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
+                                  bool allow_comments, int depth) {
+    ValueMap members;
+    const parse_result result = read_members(members, pos, end, allow_comments, depth);
     if (result == parse_ok)
         out.swap(members);
     return result;

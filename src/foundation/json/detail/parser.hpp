@@ -52,7 +52,7 @@ inline void store_value(Value& target, Value& source) noexcept {
 [[nodiscard]] parse_result parse_number(double& out, Iterator& pos, const Iterator& end,
                                         bool allow_comments);
 
-// Strings (strings.cpp, and escapes.cpp for what is between the quotes).
+// Strings (strings.cpp).
 
 [[nodiscard]] parse_result parse_string(Value& out, Iterator& pos, const Iterator& end,
                                         bool allow_comments);
@@ -60,14 +60,6 @@ inline void store_value(Value& target, Value& source) noexcept {
 // Reads a quoted text: a string value, or the key of a member.
 [[nodiscard]] parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
                                        bool allow_comments);
-
-// The same, but `out` must be empty, and after a failure its content is unspecified.
-[[nodiscard]] parse_result read_string_here(std::string& out, Iterator& pos, const Iterator& end);
-
-// Reads plain bytes and escapes up to `stop`, or past it where that is within an escape, and
-// appends what they stand for to `text`. After a failure `pos` is at the backslash.
-[[nodiscard]] parse_result read_escaped_content(std::string& text, Iterator& pos,
-                                                const Iterator& end, const char* stop);
 
 // Reads one plain byte or one escape, and appends what it stands for to `text`. At the closing
 // quote the result is parse_string_end. `pos` moves on success only.
@@ -86,6 +78,11 @@ inline void store_value(Value& target, Value& source) noexcept {
 [[nodiscard]] parse_result parse_object_members(ValueMap& out, Iterator& pos, const Iterator& end,
                                                 bool allow_comments, int depth = 0);
 
+// Reads an object into `members`, which must be empty. After a failure they are those that a comma
+// follows: any other may be truncated.
+[[nodiscard]] parse_result read_members(ValueMap& members, Iterator& pos, const Iterator& end,
+                                        bool allow_comments, int depth = 0);
+
 // Typed integers (typed_numbers.cpp): see foundation/json/typed_integers.hpp. The two members may
 // come in either order.
 
@@ -102,7 +99,7 @@ struct TypedState {
                                             const Iterator& end, bool allow_comments, int depth);
 
 // Reads the value of kxtype. If kxdata came first, it is then read again as that type, and replaced
-// in `members`; this does not move `pos`.
+// in `members`, where it becomes undefined if memory is exhausted; this does not move `pos`.
 [[nodiscard]] parse_result read_type_member(TypedState& state, ValueMap& members, Value& out,
                                             Iterator& pos, const Iterator& end, bool allow_comments,
                                             int depth);

@@ -2,6 +2,7 @@
 
 #include "fl/filesystem/fstream.hpp"
 #include "fl/filesystem/native_access.hpp"
+#include "foundation/json/detail/parser.hpp"
 #include "foundation/json/value.hpp"
 #include "install/product_impl/utils/read_to_end.hpp"
 
@@ -36,14 +37,15 @@ void locate(JsonFileDiagnosis& result, std::string_view text, std::size_t offset
     result.column = offset - (last_line_end == std::string_view::npos ? 0 : last_line_end + 1) + 1;
 }
 
-// The message of the getter names the alternative that was read; empty for an object.
+// The message of the getter names the alternative that was read.
 std::string failure_to_be_an_object(const Value& document) {
+    std::string failure;
     try {
         static_cast<void>(document.get<ValueMap>());
     } catch (const std::runtime_error& error) {
-        return error.what();
+        failure = error.what();
     }
-    return {};
+    return failure;
 }
 
 // Diagnoses what is not a regular file. Such a file is never opened: opening a FIFO would wait
@@ -65,23 +67,32 @@ std::optional<JsonFileDiagnosis> diagnose_without_opening(const ustring& path) {
 
 } // namespace
 
-JsonFileDiagnosis diagnoseJson(const std::string& text) {
+JsonFileDiagnosis diagnoseJson(const std::string& text, ValueMap& members) {
     namespace json = foundation::json::detail;
-    Value document;
+    members.clear();
+    Value other; // what is there instead of an object
     auto pos = text.begin();
-    const json::parse_result code = json::parse_value(document, pos, text.end(), false);
+    const bool is_object = text.starts_with('{');
+    const json::parse_result code = is_object ? json::read_members(members, pos, text.end(), false)
+                                              : json::parse_value(other, pos, text.end(), false);
     JsonFileDiagnosis result;
     if (code != json::parse_ok)
         result = diagnosis(State::damaged, json::describe(code));
-    else if (const std::string failure = failure_to_be_an_object(document); !failure.empty())
-        result = diagnosis(State::no_object, "The text is not an object: " + failure + ".");
-    else
+    else if (is_object)
         result = diagnosis(State::object, "The text is an object.");
+    else
+        result = diagnosis(State::no_object,
+                           "The text is not an object: " + failure_to_be_an_object(other) + ".");
     result.code = code;
     locate(result, text, static_cast<std::size_t>(pos - text.begin()));
     if (code == json::parse_ok)
         result.ignored_bytes = text.size() - result.offset;
     return result;
+}
+
+JsonFileDiagnosis diagnoseJson(const std::string& text) {
+    ValueMap members;
+    return diagnoseJson(text, members);
 }
 
 JsonFileDiagnosis diagnoseJsonFile(const ustring& path, std::string& text) {

@@ -1,12 +1,16 @@
 #include "install/product_impl/utils/paths.hpp"
 
+#include "install/tree_names.hpp"
+
 namespace install::product_impl::utils {
+
+using tree_names::utf16;
 
 namespace {
 
 fl::filesystem::path appdata_path(const ustring& installRoot) {
     fl::filesystem::path path(installRoot);
-    path.append_element(u"appdata");
+    path.append_element(utf16(tree_names::appdata));
     return path;
 }
 
@@ -21,13 +25,14 @@ ustring getNameVersionPlatformKey(const ustring& name, const ustring& version,
 }
 
 ustring getXmlFileName(const ustring& name, const ustring& version, const ustring& platform) {
-    return getNameVersionPlatformKey(name, version, platform).append(u".xml");
+    return getNameVersionPlatformKey(name, version, platform)
+        .append(utf16(tree_names::document_suffix));
 }
 
 fl::filesystem::path getXmlPath(const ustring& installRoot, const ustring& name,
                                 const ustring& version, const ustring& platform) {
     return appdata_path(installRoot)
-        .append_element(u"products")
+        .append_element(utf16(tree_names::documents))
         .append_element(getXmlFileName(name, version, platform));
 }
 
@@ -38,11 +43,11 @@ fl::filesystem::path getRelativeXmlPath(const ustring& installRoot, const ustrin
 }
 
 fl::filesystem::path getContentsMapPath(const ustring& installRoot) {
-    return appdata_path(installRoot).append_element(u"prodcontents.json");
+    return appdata_path(installRoot).append_element(utf16(tree_names::contents_map));
 }
 
 fl::filesystem::path getInstalledProdDataPath(const ustring& installRoot) {
-    return appdata_path(installRoot).append_element(u"installedProductData.json");
+    return appdata_path(installRoot).append_element(utf16(tree_names::installed_record));
 }
 
 } // namespace install::product_impl::utils

@@ -16,12 +16,12 @@ namespace install::tree {
 
 // The files below the directory of the documents, by their names in appdata.
 struct Documents {
-    std::map<std::string, std::uint64_t> sizes; // of the regular files, in bytes
-    std::vector<Fault> faults;                  // what is no regular file, or could not be read
-};
+    // A folder that cannot be read is a fault. Throws std::bad_alloc only.
+    explicit Documents(const Directory& appdata);
 
-// Throws std::bad_alloc only: a folder that cannot be read is a fault.
-[[nodiscard]] Documents find_documents(const Directory& appdata);
+    std::map<std::string, std::uint64_t> sizes; // of the regular files, in bytes
+    std::vector<Fault> faults;                  // what is not regular, or could not be read
+};
 
 // Returns what the names of the documents of an entry with the key `key` begin with.
 [[nodiscard]] std::string name_prefix(std::string_view key);

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "install/tree/file_system.hpp"
-#include "install/tree/layout.hpp"
 
 #include <optional>
 #include <set>

@@ -1,13 +1,9 @@
-#include "install/tree/shared_file.hpp"
+#include "install/tree/found/shared_file.hpp"
 
-#include "foundation/json/detail/parse_value.hpp"
-#include "install/product_impl/utils/json_diagnosis.hpp"
 #include "install/tree/printable_text.hpp"
-#include "install/tree/shared_object.hpp"
 #include "install/tree/tree_error.hpp"
 
 #include <algorithm>
-#include <string_view>
 
 namespace install::tree {
 
@@ -62,40 +58,60 @@ std::string described(const std::string& text, const JsonFileDiagnosis& diagnosi
     return cause.empty() ? result : result + '\n' + cause;
 }
 
-// Leaves the text of the file, or its fault.
-void read_text(const Directory& appdata, SharedFile& file) {
-    const std::string path = appdata.path_of(file.name);
-    try {
-        const auto status = appdata.status(file.name);
-        if (!status) {
-            file.fault = {Kind::missing, path, "There is no file."};
-        } else if (status->type != FileStatus::Type::regular) {
-            file.fault = {Kind::not_regular, path, "This is not a regular file."};
-        } else if (auto text = appdata.read(file.name)) {
-            file.text = std::move(*text);
-        }
-    } catch (const tree_error& error) {
-        file.fault = {Kind::unreadable, path, error.what()};
-    }
+// What an editor may have put before the object, which is then no object to the reader.
+std::size_t bytes_before_object(std::string_view text) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    const std::size_t first = text.starts_with(byte_order_mark) ? byte_order_mark.size() : 0;
+    return std::min(text.find_first_not_of(" \t\r\n", first), text.size());
 }
 
 } // namespace
 
-SharedFile read_shared_file(const Directory& appdata, const std::string& name) {
-    SharedFile file;
-    file.name = name;
-    read_text(appdata, file);
-    if (file.fault)
-        return file;
-    const JsonFileDiagnosis diagnosis = product_impl::utils::diagnoseJson(file.text);
-    if (diagnosis.state == JsonFileDiagnosis::State::object) {
-        file.members = members_of(file.text);
-        if (file.text.find_first_not_of(" \t\r\n", diagnosis.offset) != std::string::npos)
-            file.trailing_bytes = diagnosis.ignored_bytes;
-    } else {
-        file.fault = {Kind::damaged, appdata.path_of(name), described(file.text, diagnosis)};
+SharedFile::SharedFile(const Directory& appdata, std::string_view file_name)
+    : name(file_name),
+      path(appdata.path_of(name)) {
+    read(appdata);
+    if (is(State::missing) || is(State::unreadable))
+        return;
+    diagnosis = product_impl::utils::diagnoseJson(text, members);
+    if (const std::size_t before = bytes_before_object(text); is(State::damaged) && before > 0)
+        static_cast<void>(product_impl::utils::diagnoseJson(text.substr(before), members));
+}
+
+// Leaves the text of the file, or why there is none.
+void SharedFile::read(const Directory& appdata) {
+    try {
+        const auto status = appdata.status(name);
+        if (!status)
+            return;
+        is_regular_ = status->type == FileStatus::Type::regular;
+        if (!is_regular_)
+            throw tree_error("read", path, "This is not a regular file.");
+        if (auto bytes = appdata.read(name)) {
+            text = std::move(*bytes);
+            diagnosis.state = State::damaged; // until it is parsed
+        }
+    } catch (const tree_error& error) {
+        failure_ = error;
+        diagnosis.state = State::unreadable;
     }
-    return file;
+}
+
+std::optional<Fault> SharedFile::fault() const {
+    if (is(State::object))
+        return std::nullopt;
+    if (is(State::missing))
+        return Fault{Kind::missing, path, "There is no file."};
+    if (!is_regular_)
+        return Fault{Kind::not_regular, path, "This is not a regular file."};
+    if (failure_)
+        return Fault{Kind::unreadable, path, failure_->what()};
+    return Fault{Kind::damaged, path, described(text, diagnosis)};
+}
+
+void SharedFile::require_readable() const {
+    if (failure_)
+        throw tree_error(*failure_);
 }
 
 } // namespace install::tree

@@ -2,10 +2,10 @@
 
 #pragma once
 
+#include "install/tree/change/transaction.hpp"
 #include "install/tree/file_system.hpp"
-#include "install/tree/layout.hpp"
-#include "install/tree/transaction.hpp"
 #include "install/tree/tree_error.hpp"
+#include "install/tree_names.hpp"
 
 #include <new>
 #include <string>
@@ -18,7 +18,7 @@ namespace install::tree {
 struct LockedTree {
     LockedTree(Directory directory, const FileLock::Observer& on_wait)
         : appdata(std::move(directory)),
-          lock(appdata, lock_name, on_wait),
+          lock(appdata, std::string(tree_names::lock), on_wait),
           recovered(recover(appdata)) {}
 
     Directory appdata;

@@ -1,6 +1,7 @@
-#include "install/tree/transaction.hpp"
+#include "install/tree/change/transaction.hpp"
 
 #include "install/tree/tree_error.hpp"
+#include "install/tree_names.hpp"
 
 #include <new>
 #include <vector>
@@ -8,6 +9,11 @@
 namespace install::tree {
 
 namespace {
+
+using tree_names::join;
+
+constexpr const char* staging_name = tree_names::staging.data();
+constexpr const char* commit_name = tree_names::commit.data();
 
 // In `.staging` and `.commit`: the new files, in the folders of appdata, and what else is to be
 // done.
@@ -18,17 +24,12 @@ constexpr const char* manifest_name = "manifest";
 constexpr std::string_view manifest_version = "kxinstall_tree 1\n";
 
 std::string staged(const std::string& name) {
-    return std::string(staging_name) + '/' + files_name + '/' + name;
-}
-
-std::string parent_of(const std::string& name) {
-    const auto separator = name.rfind('/');
-    return separator == std::string::npos ? std::string() : name.substr(0, separator);
+    return join(join(staging_name, files_name), name);
 }
 
 // Whoever can write a manifest must not make another user remove files elsewhere.
 bool may_be_removed(const std::string& name) {
-    return name.starts_with(std::string(documents_name) + '/') &&
+    return name.starts_with(join(tree_names::documents, "")) &&
            ('/' + name + '/').find("/../") == std::string::npos;
 }
 
@@ -179,7 +180,7 @@ void Transaction::remove(const std::string& name) {
 void Transaction::commit() {
     const std::string staging = staging_name;
     appdata_.make_parents(staged("name"));
-    appdata_.write_new(staging + '/' + manifest_name, std::string(manifest_version) + removals_,
+    appdata_.write_new(join(staging, manifest_name), std::string(manifest_version) + removals_,
                        std::nullopt);
     appdata_.flush_all(staging);
     const tree_error exhausted = exhausted_memory(appdata_); // made while there is memory

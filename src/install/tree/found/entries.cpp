@@ -1,6 +1,6 @@
-#include "install/tree/entries.hpp"
+#include "install/tree/found/entries.hpp"
 
-#include "install/tree/layout.hpp"
+#include "install/tree_names.hpp"
 
 #include <cmath>
 #include <filesystem>
@@ -50,7 +50,7 @@ std::vector<RecordEntry> record_entries(const ValueMap& members) {
 }
 
 bool is_entry_key(const std::string& key) {
-    return key.ends_with(std::string(" ") + entry_key_tag);
+    return key.ends_with(" " + std::string(tree_names::entry_tag));
 }
 
 std::optional<std::string> path_in_tree(const std::string& listed) {
@@ -62,8 +62,8 @@ std::optional<std::string> path_in_tree(const std::string& listed) {
 }
 
 std::optional<std::string> document_name(const std::string& listed) {
-    const std::string appdata = "appdata/";
-    const std::string documents = appdata + documents_name + '/';
+    const std::string appdata = tree_names::join(tree_names::appdata, "");
+    const std::string documents = appdata + tree_names::join(tree_names::documents, "");
     auto path = path_in_tree(listed);
     if (!path || !path->starts_with(documents) || path->size() == documents.size())
         return std::nullopt;

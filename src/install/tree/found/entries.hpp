@@ -11,11 +11,11 @@
 
 namespace install::tree {
 
-// Returns the paths in a member of the contents map; nothing if it is no list of strings.
+// Returns the paths in a member of the contents map; nothing if it is not a list of strings.
 [[nodiscard]] std::optional<std::vector<std::string>>
 paths_in(const foundation::json::Value& value);
 
-// Returns the time in a member of the installed record; nothing if it is no plausible time.
+// Returns the time in a member of the installed record; nothing if it is not a plausible time.
 [[nodiscard]] std::optional<InstallTree::Time> time_in(const foundation::json::Value& value);
 
 // Returns the entries among the members of either file.
@@ -33,5 +33,13 @@ contents_entries(const foundation::json::ValueMap& members);
 // Returns the name in appdata of a listed document; nothing if the path is not below the directory
 // of the documents.
 [[nodiscard]] std::optional<std::string> document_name(const std::string& listed);
+
+// Calls `visit` with the name in appdata of each document that a member of the contents map lists.
+template <class Visit>
+void for_each_document(const foundation::json::Value& value, const Visit& visit) {
+    for (const std::string& path : paths_in(value).value_or(std::vector<std::string>()))
+        if (const auto name = document_name(path))
+            visit(*name);
+}
 
 } // namespace install::tree

@@ -1,0 +1,69 @@
+#include "install/tree/change/plan.hpp"
+
+#include "fl/filesystem/native_access.hpp"
+#include "fl/i18n/text_conversion.hpp"
+#include "install/product_impl/utils/paths.hpp"
+#include "install/tree/found/entries.hpp"
+#include "install/tree_names.hpp"
+
+#include <stdexcept>
+
+namespace install::tree {
+
+namespace {
+
+using fl::i18n::ustring_to_utf8;
+using foundation::json::Value;
+using foundation::json::ValueVector;
+using product_impl::ProductImpl;
+using product_impl::XmlMap;
+
+// Returns the name in appdata of a document that an entry is to list. Throws what readFile throws
+// for a path without a native name: no other path of a product leaves the directory of the
+// documents.
+std::string required_document_name(const std::string& path) {
+    static_cast<void>(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(
+        fl::i18n::utf8_to_ustring(path)));
+    return document_name(path).value();
+}
+
+// Adds the documents of a selection, which are those that `paths` lists, in the same order.
+void add_documents(const ProductSelection& selection, const ValueVector& paths, Plan& plan) {
+    auto path = paths.begin();
+    const auto add = [&](const XmlMap& documents, const std::string& tag) {
+        const auto document = documents.find(tag);
+        if (document != documents.end())
+            plan.documents.insert_or_assign(required_document_name((path++)->get<std::string>()),
+                                            &document->second);
+    };
+    for (const std::string& platform : selection.platforms)
+        add(selection.product->getPlatformXmls(), platform);
+    add(selection.product->getLocaleXmls(), selection.locale);
+}
+
+// Adds a product to the plan.
+void add(const Layout& layout, const ProductSelection& selection, Plan& plan) {
+    const ProductImpl& product = *selection.product;
+    ValueVector paths =
+        product.getRelativeXmlPaths(layout.root, selection.platforms, selection.locale);
+    add_documents(selection, paths, plan);
+    const ustring key = product_impl::utils::getNameVersionPlatformKey(
+        product.getName(), product.getVersion(), tree_names::utf16(tree_names::entry_tag));
+    plan.entries.push_back(
+        {ustring_to_utf8(key), Value(std::move(paths)), ustring_to_utf8(product.getBasecode())});
+}
+
+} // namespace
+
+Plan plan_write(const Layout& layout, const std::vector<ProductSelection>& selections) {
+    Plan plan;
+    plan.entries.reserve(selections.size());
+    for (const ProductSelection& selection : selections) {
+        if (!selection.product)
+            throw std::invalid_argument("a selection without a product");
+        add(layout, selection, plan);
+    }
+    return plan;
+}
+
+} // namespace install::tree

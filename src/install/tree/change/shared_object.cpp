@@ -1,0 +1,54 @@
+#include "install/tree/change/shared_object.hpp"
+
+#include "foundation/json/typed_integers.hpp"
+#include "install/tree/quoted.hpp"
+#include "install/tree/tree_error.hpp"
+#include "install/tree_names.hpp"
+
+#include <stdexcept>
+#include <utility>
+
+namespace install::tree {
+
+using foundation::json::Value;
+using foundation::json::detail::EditableObject;
+
+SharedObject::SharedObject(const Directory& directory, std::string_view name)
+    : name_(name),
+      path_(directory.path_of(name_)) {
+    if (auto text = directory.read(name_)) {
+        exists_ = true;
+        read(std::move(*text));
+    }
+}
+
+void SharedObject::read(std::string text) {
+    try {
+        object_ = EditableObject(std::move(text));
+    } catch (const std::runtime_error& error) {
+        throw tree_error("read", path_, error.what());
+    }
+}
+
+void SharedObject::set(const std::string& key, Value value) {
+    object_.set(key, std::move(value));
+    // The next reader takes this member for the data of typed integers, if there is a type, and
+    // refuses the file if it is none.
+    if (key == foundation::json::typed_data_key)
+        read(std::move(object_).text());
+}
+
+Value SharedObject::take(const std::string& key) {
+    auto value = object_.take(key);
+    if (!value)
+        throw tree_error("remove " + quoted(key) + " from", path_, "There is no such entry.");
+    return std::move(*value);
+}
+
+void SharedObject::put_into(Transaction& transaction) {
+    if (exists_)
+        transaction.keep(name_, name_ + std::string(tree_names::old_suffix));
+    transaction.put(name_, std::move(object_).text());
+}
+
+} // namespace install::tree

@@ -1,0 +1,30 @@
+#include "install/tree/found/found_tree.hpp"
+
+#include "install/tree/found/entries.hpp"
+#include "install/tree_names.hpp"
+
+namespace install::tree {
+
+SharedFiles::SharedFiles(const Directory& appdata)
+    : contents(appdata, tree_names::contents_map),
+      record(appdata, tree_names::installed_record) {}
+
+Listing SharedFiles::listing() const {
+    return {contents_entries(contents.members), record_entries(record.members)};
+}
+
+FoundTree::FoundTree(const Directory& directory)
+    : appdata(directory),
+      shared(directory),
+      documents(directory) {
+    for (const auto& [key, value] : shared.contents.members)
+        add_listed(key, value);
+}
+
+void FoundTree::add_listed(const std::string& key, const foundation::json::Value& value) {
+    if (is_entry_key(key))
+        prefixes.insert(name_prefix(key));
+    for_each_document(value, [this](const std::string& name) { listed.insert(name); });
+}
+
+} // namespace install::tree

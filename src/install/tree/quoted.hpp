@@ -1,0 +1,16 @@
+// Texts from files, within sentences.
+
+#pragma once
+
+#include "install/tree/printable_text.hpp"
+
+#include <string>
+#include <string_view>
+
+namespace install::tree {
+
+inline std::string quoted(std::string_view text) {
+    return '"' + printable(text) + '"';
+}
+
+} // namespace install::tree
