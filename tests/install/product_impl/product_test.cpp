@@ -50,6 +50,7 @@ TEST(Product, IsASnapshotOfItsModel) {
               u"STSample Tool17tool2.5R1");
     EXPECT_EQ(product.getReleaseDescription(), (ustring{u'd', 0xD800}));
     EXPECT_TRUE(product.isControlling());
+    EXPECT_FALSE(ProductImpl(test::sample_model()).isControlling());
     EXPECT_EQ(product.getInstalledDate(), std::numeric_limits<std::int64_t>::min() + 1);
     EXPECT_EQ(product.getPlatforms(), (std::set<ustring>{u"hostpf", u"win"}));
     EXPECT_EQ(product.getRequiredProductsBasecodes(), (std::vector<ustring>{u"B", u"A", u"A"}));

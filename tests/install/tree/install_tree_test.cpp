@@ -6,6 +6,7 @@
 #include "install/product_impl/utils/json_file.hpp"
 #include "install/tree/health.hpp"
 #include "support/failing_allocation.hpp"
+#include "support/failure.hpp"
 #include "support/table.hpp"
 #include "support/trees.hpp"
 
@@ -73,14 +74,61 @@ TEST(TreeWrite, LeavesWhatSerializeOfEachLeaves) {
     std::setlocale(LC_ALL, "C");
 }
 
-TEST(TreeWrite, ReplacesAFileWithItsMode) {
+using Files = std::map<std::string, std::string>;
+
+// Such a basecode changes how the reader takes other members.
+TEST(TreeWrite, OfABasecodeOfTypedIntegersLeavesWhatSerializeDoesOrNothing) {
+    for (const char* const record : {R"({"kxtype":"int8"})", R"({"kxtype":"float"})",
+                                     R"({"kxdata":[18446744073709551615],"kxtype":"uint64"})"})
+        for (const install::ustring basecode : {u"kxdata", u"kxtype"}) {
+            SCOPED_TRACE(record);
+            const std::vector<ProductSelection> all = {selection(u"A", u"", &basecode),
+                                                       selection(u"B")};
+            const TemporaryDirectory serialized;
+            const TemporaryDirectory together;
+            serialized.write(installed_record, record);
+            together.write(installed_record, record);
+            const auto serialize = [&] {
+                for (const ProductSelection& each : all)
+                    each.product->serialize(serialized.upath(), each.platforms, each.locale);
+            };
+            const auto write = [&] {
+                InstallTree(together.upath()).write({all[0]});
+                InstallTree(together.upath()).write({all[1]});
+            };
+            const bool fails = test::failure_of<std::runtime_error>(serialize) != "none";
+            EXPECT_EQ(test::failure_of<tree_error>(write) != "none", fails);
+            const auto expected = fails ? Files{{installed_record, record}} : files_of(serialized);
+            EXPECT_EQ(files_of(together, ".old"), expected);
+        }
+}
+
+// What replaces a file has its mode and its owner, and what replaces a link those of its file.
+TEST(TreeWrite, ReplacesAFileWithItsModeAndOwner) {
+    constexpr unsigned nobody = 65534;
     const TemporaryDirectory tree;
-    InstallTree(tree.upath()).write({selection(u"A")});
+    InstallTree(tree.upath()).write({selection(u"A"), selection(u"B")});
     const fs::path document = tree.path(products + "A 1 hostpf.xml");
-    fs::permissions(document, fs::perms(0640));
-    InstallTree(tree.upath()).write({selection(u"A", u"<new/>")});
-    EXPECT_EQ(fs::status(document).permissions(), fs::perms(0640));
-    EXPECT_EQ(tree.content(products + "A 1 hostpf.xml"), "<new/>");
+    const fs::path link = tree.path(products + "B 1 hostpf.xml");
+    fs::rename(link, tree.path("target"));
+    fs::create_symlink("../../target", link);
+    std::map<fs::path, struct stat> before;
+    for (const fs::path& path : {document, link, tree.path(products + "A 1 en.xml")}) {
+        fs::permissions(path, path == document ? fs::perms(0640) : fs::perms(0604));
+        const int result = chown(path.c_str(), path == link ? geteuid() : nobody, nobody);
+        EXPECT_TRUE(result == 0 || geteuid() != 0);
+        stat(path.c_str(), &before[path]);
+    }
+    InstallTree(tree.upath()).write({selection(u"A", u"<new/>"), selection(u"B", u"<new/>")});
+    for (const auto& [path, old] : before) {
+        struct stat now {};
+        ASSERT_EQ(lstat(path.c_str(), &now), 0);
+        EXPECT_EQ(now.st_mode, old.st_mode) << path;
+        EXPECT_EQ(now.st_uid, old.st_uid) << path;
+        EXPECT_EQ(now.st_gid, old.st_gid) << path;
+    }
+    EXPECT_EQ(tree.content(products + "B 1 hostpf.xml"), "<new/>");
+    EXPECT_EQ(tree.content("target"), "<a/>");
 }
 
 TEST(TreeRemove, RemovesDocumentsThatNoOtherEntryLists) {

@@ -3,11 +3,18 @@
 #include "install/tree/tree_error.hpp"
 #include "install/tree_names.hpp"
 
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
 namespace install::tree {
 
 namespace {
 
 using Kind = Fault::Kind;
+
+// Names with as many separators are nobody's, and to open a folder takes as many calls.
+constexpr std::ptrdiff_t max_folder_depth = 128;
 
 // Calls `look`, and adds what it cannot look at to the faults.
 template <class Look>
@@ -28,8 +35,12 @@ void look_at(const Directory& folder, const std::string& name, std::string full_
         return;
     if (status->type == FileStatus::Type::regular)
         documents.sizes.emplace(tree_names::join(tree_names::documents, full_name), status->size);
-    else if (status->type == FileStatus::Type::directory)
+    else if (status->type == FileStatus::Type::directory &&
+             std::count(full_name.begin(), full_name.end(), '/') < max_folder_depth)
         folders.push_back(std::move(full_name));
+    else if (status->type == FileStatus::Type::directory)
+        documents.faults.push_back({Kind::unreadable, folder.path_of(name),
+                                    "This folder is nested too deeply to be looked into."});
     else
         documents.faults.push_back(
             {Kind::not_regular, folder.path_of(name), "This is not a regular file."});
