@@ -32,8 +32,8 @@ inline install::tree::ProductSelection selection(const install::ustring& name,
     return {std::make_shared<install::product_impl::ProductImpl>(model), {"hostpf"}, "en"};
 }
 
-/// The regular files but those that end in one of the suffixes; all times of this year are the
-/// same.
+/// The regular files but those that end in one of the suffixes; all times from
+/// 2023 to 2033 are the same.
 inline std::map<std::string, std::string> files_of(const TemporaryDirectory& tree,
                                                    const std::string& suffix = ".lock") {
     std::map<std::string, std::string> files;

@@ -3,8 +3,8 @@
 ///
 /// They report failures by their state, as the standard streams do: if the file cannot be opened,
 /// failbit is set and is_open() returns false. The constructors throw std::bad_alloc, and what
-/// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws for a path without a
-/// native name; in that case nothing has been opened.
+/// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws for a path that
+/// no file can have; in that case nothing has been opened.
 
 #pragma once
 

@@ -1,7 +1,7 @@
 /// \file
 /// Queries of the file system, and creation of directories.
 ///
-/// For a path without a native name, every operation throws what
+/// For a path that no file can have, every operation throws what
 /// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws.
 
 #pragma once

@@ -10,8 +10,8 @@
 
 namespace foundation::json {
 
-/// Returns `value` as JSON text in UTF-8, without spaces and line ends. Whatever the reader made
-/// reads back as the same value.
+/// Returns `value` as JSON text in UTF-8, without spaces and line ends. A value that the reader
+/// made reads back as the same value.
 ///
 /// Members come in the order of the map. Integers are written in digits, and so is every double
 /// that is a whole number below 2^53 in magnitude; minus zero is -0. Other doubles are the shortest
@@ -19,9 +19,11 @@ namespace foundation::json {
 /// quote, the backslash and bytes below 0x20 are escaped; all other bytes stay as they are.
 ///
 /// Some values that only a program can build read back as others: a float as the equal double, NaN
-/// and Undefined as null, an integer outside of "kxdata" as a double. An object whose "kxtype"
-/// names an integer type and whose "kxdata" holds no integers is written as it is; the reader takes
-/// its numbers for integers, or rejects it.
+/// and Undefined as null. Integers read back as such only in an object with "kxtype" and "kxdata",
+/// where the latter holds integers alone, either all signed or all unsigned; if "kxtype" names no
+/// such type, a second one is written. Any other integer reads back as a double. But if "kxtype"
+/// names an integer type, the reader takes all numbers of "kxdata" for integers of that type, and
+/// rejects an object where they are none.
 ///
 /// Throws std::bad_alloc and std::length_error.
 [[nodiscard]] KX_EXPORT std::string serialize(const Value& value);

@@ -16,9 +16,8 @@ public:
     /// Copies both texts of `model`. Throws std::bad_alloc.
     explicit ComponentImpl(const datamodels::transitive_closure::Component& model);
 
-    /// Components are shared, not copied: see product_api::ComponentMap.
+    // Components are shared, not copied: see product_api::ComponentMap.
     ComponentImpl(const ComponentImpl&) = delete;
-    /// Components are immutable.
     ComponentImpl& operator=(const ComponentImpl&) = delete;
     /// Virtual, so that derived components can be held as this class.
     virtual ~ComponentImpl();

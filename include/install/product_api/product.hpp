@@ -39,11 +39,14 @@ struct AltDependency {
           altField4(field4),
           altField5(field5) {}
 
-    std::string altField1; ///< field1 of the model
-    std::string altField2; ///< field2 of the model
-    std::string altField3; ///< field3 of the model
-    std::string altField4; ///< field4 of the model
-    std::string altField5; ///< field5 of the model
+    /// The field of the same number in the model.
+    /// @{
+    std::string altField1;
+    std::string altField2;
+    std::string altField3;
+    std::string altField4;
+    std::string altField5;
+    /// @}
 };
 
 /// A product: a copy of its model's data, which can be queried and written to an install tree.
@@ -127,11 +130,9 @@ public:
     [[nodiscard]] virtual std::vector<AltDependency> getAltDependencies() const = 0;
 
 protected:
-    /// Protected, like the copies, so that only derived classes can be created and copied.
+    /// Protected, so that only derived classes can be created and copied.
     Product() = default;
-    /// Copies nothing, because this class has no data.
     Product(const Product&) = default;
-    /// Copies nothing, likewise.
     Product& operator=(const Product&) = default;
 };
 

@@ -37,9 +37,8 @@ public:
     /// Throws std::bad_alloc; fl::i18n::conversion_error if a document, its tag or an alternative
     /// dependency is ill-formed UTF-16; and what the constructor of a component throws.
     explicit ProductImpl(const datamodels::transitive_closure::Product& model);
-    /// Products are shared, not copied: see product_api::RequiredProductMap.
+    // Products are shared, not copied: see product_api::RequiredProductMap.
     ProductImpl(const ProductImpl&) = delete;
-    /// A product keeps the data that it was made from.
     ProductImpl& operator=(const ProductImpl&) = delete;
     /// Releases its components and required products.
     ~ProductImpl() override;
@@ -67,7 +66,8 @@ public:
 
     /// \name Conversions
     /// Each returns one part of `model`, converted, and does not use this object. The constructor
-    /// calls all of them, and they throw as it does.
+    /// calls all of them, and they throw as it does. Two of the names lack a "t" on purpose:
+    /// programs know them so.
     /// @{
 
     /// Returns the basecodes of the products that `model` requires, in the order of its keys.
@@ -85,7 +85,8 @@ public:
     [[nodiscard]] XmlMap
     converToInstallerPlatformXmls(const datamodels::transitive_closure::Product& model);
 
-    /// Returns the documents by locale, likewise.
+    /// Returns the documents by locale, in UTF-8. Of several for the same locale, the first one is
+    /// used.
     [[nodiscard]] XmlMap
     converToInstallerLocaleXmls(const datamodels::transitive_closure::Product& model);
 
@@ -99,10 +100,12 @@ public:
     /// Returns whether the product has a document, even an empty one, for this locale.
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
-    /// Returns the documents by platform, in UTF-8. The reference is valid as long as the product.
+    /// Return the documents by platform, and by locale, in UTF-8. The references are valid as long
+    /// as the product.
+    /// @{
     [[nodiscard]] const XmlMap& getPlatformXmls() const;
-    /// Returns the documents by locale, likewise.
     [[nodiscard]] const XmlMap& getLocaleXmls() const;
+    /// @}
 
     /// \name Stages of serialize
     /// All throw as serialize does. Paths and keys are those of

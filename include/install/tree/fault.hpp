@@ -17,14 +17,14 @@ struct Fault {
         empty,          ///< a document that ought to have text has none
         different,      ///< a document or an entry is not what was to be written
         old,            ///< the installed record has an earlier time
-        no_list,        ///< an entry of the contents map is no list of paths
+        no_list,        ///< an entry of the contents map is not a list of paths
         outside,        ///< an entry lists a path that leaves the tree
         other_key,      ///< an entry lists a document with the key of another product
-        no_time,        ///< an entry of the installed record is no time
+        no_time,        ///< an entry of the installed record is not a time
         not_listed,     ///< no entry lists a document
         damaged,        ///< a shared file holds no JSON object
         trailing_bytes, ///< a shared file has bytes after its object, which the next write drops
-        not_regular,    ///< something that is no regular file is in a file's place
+        not_regular,    ///< something that is not a regular file is in a file's place
         unreadable,     ///< a file or directory could not be read
         interrupted,    ///< an interrupted change waits to be finished or dropped
     };

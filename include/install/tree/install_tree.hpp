@@ -1,6 +1,11 @@
 /// \file
 /// Changes of an install tree that survive crashes, full disks and other installers.
 ///
+///     InstallTree tree(u"/opt/kit");
+///     tree.write({{product, {"hostpf"}, "en"}, {another, {"hostpf"}, "en"}});
+///     for (const ContentsEntry& entry : tree.list().contents)
+///         std::cout << entry.key << '\n';
+///
 /// ProductImpl::serialize writes one product, in-place, and reports nothing of a failed write.
 /// InstallTree leaves the same files, for any number of products at once, and each change of it is
 /// done as a whole or not at all, even if the process is killed or the power fails.
@@ -37,13 +42,13 @@ namespace install::tree {
 struct ProductSelection {
     std::shared_ptr<const product_impl::ProductImpl> product; ///< not null
     std::vector<std::string> platforms; ///< tags in UTF-8; those without a document are skipped
-    std::string locale;                 ///< a tag in UTF-8; skipped likewise
+    std::string locale;                 ///< a tag in UTF-8; skipped if it has no document
 };
 
 /// The entries of an installed product. Neither can be derived from the other.
 struct InstalledProduct {
     std::string key;                     ///< of the contents map, in UTF-8, with its tag "hostpf"
-    std::optional<std::string> basecode; ///< of the installed record; without it the record is kept
+    std::optional<std::string> basecode; ///< of the installed record; without it that is unchanged
 };
 
 /// An entry of the contents map.
@@ -73,7 +78,7 @@ public:
     using Time = std::chrono::sys_time<std::chrono::milliseconds>;
 
     /// The tree at `installRoot`. Touches nothing yet. Throws std::bad_alloc, and what readFile
-    /// throws for a path without a native name.
+    /// throws for a path that no file can have.
     explicit InstallTree(ustring installRoot);
 
     /// Calls `observer` before a change waits for another one, with the process that makes it; 0 if
@@ -81,9 +86,9 @@ public:
     void on_wait(std::function<void(std::int64_t process)> observer);
 
     /// Writes all of `selections`, or nothing. Afterwards the tree is what serialize of each in
-    /// order would have left, and everything is on the disk. Missing directories are created. With
-    /// the times of the record aside, that is so byte for byte; all get the same time. An override
-    /// of writeXml in a derived product is not called.
+    /// order would have left, byte for byte except for the times, which are all the same, and
+    /// everything is on the disk. Missing directories are created. An override of writeXml in a
+    /// derived product is not called.
     ///
     /// Throws tree_error with the message of getJsonObjFromFile if a shared file holds no object,
     /// and std::invalid_argument if a product is null.
@@ -95,13 +100,13 @@ public:
     void remove(const std::vector<InstalledProduct>& products);
 
     /// Returns what is missing, empty or different in the tree, compared with a write of
-    /// `selections`; and what is old, which is an entry of the record with a time before `since`.
-    /// Nothing if the tree holds all of it. Changes nothing.
+    /// `selections`; and what is old, which is an entry of the installed record with a time before
+    /// `since`. Nothing if the tree holds all of it. Changes nothing.
     [[nodiscard]] std::vector<Fault> verify(const std::vector<ProductSelection>& selections,
                                             Time since = Time::min()) const;
 
     /// Returns the entries of both shared files; none of a file that does not exist. Throws
-    /// tree_error if one cannot be read or holds no object.
+    /// tree_error if there is no tree, or a file cannot be read or holds no object.
     [[nodiscard]] Listing list() const;
 
     /// Finishes a change that was interrupted after its commit, and drops one that was interrupted

@@ -27,9 +27,8 @@ public:
 
     /// Defined in the library, so that the type is the same in every module that catches it.
     ~tree_error() override;
-    /// Never throws, as an exception must not while it is copied.
+    // An exception must not throw while it is copied.
     tree_error(const tree_error&) noexcept = default;
-    /// Likewise.
     tree_error& operator=(const tree_error&) noexcept = default;
 
     /// Returns the operation, a verb.

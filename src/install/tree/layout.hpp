@@ -10,7 +10,7 @@
 namespace install::tree {
 
 struct Layout {
-    // Throws what readFile throws for a path without a native name.
+    // Throws what readFile throws for a path that no file can have.
     explicit Layout(const ustring& installRoot);
 
     ustring root;

@@ -23,17 +23,16 @@ public:
     /// A handle to new, empty data. Throws std::bad_alloc.
     KX_EXPORT Component();
 
-    /// Shares the data of the other handle. There is no move, because it would leave a null handle.
+    // There is no move, because it would leave a null handle.
     Component(const Component&) = default;
-    /// Releases its own data, and shares that of the other handle.
     Component& operator=(const Component&) = default;
-    /// Destroys the data if no other handle shares it.
     ~Component() = default;
 
-    /// Returns a pointer to the data, which can be modified through a const handle too.
+    /// Return the data, which can be modified through a const handle too.
+    /// @{
     [[nodiscard]] Impl* operator->() const noexcept { return data_.get(); }
-    /// Returns a reference to the data, likewise.
     [[nodiscard]] Impl& operator*() const noexcept { return *data_; }
+    /// @}
 
 private:
     std::shared_ptr<Impl> data_;

@@ -35,17 +35,16 @@ public:
     /// A handle to new, empty data. Throws std::bad_alloc.
     KX_EXPORT Product();
 
-    /// Shares the data of the other handle. There is no move, because it would leave a null handle.
+    // There is no move, because it would leave a null handle.
     Product(const Product&) = default;
-    /// Releases its own data, and shares that of the other handle.
     Product& operator=(const Product&) = default;
-    /// Destroys the data if no other handle shares it.
     ~Product() = default;
 
-    /// Returns a pointer to the data, which can be modified through a const handle too.
+    /// Return the data, which can be modified through a const handle too.
+    /// @{
     [[nodiscard]] Impl* operator->() const noexcept { return data_.get(); }
-    /// Returns a reference to the data, likewise.
     [[nodiscard]] Impl& operator*() const noexcept { return *data_; }
+    /// @}
 
 private:
     std::shared_ptr<Impl> data_;
@@ -53,11 +52,14 @@ private:
 
 /// An alternative dependency: five texts in UTF-16. The library does not interpret them.
 struct AltDependency {
-    ustring field1; ///< the first text
-    ustring field2; ///< the second text
-    ustring field3; ///< the third text
-    ustring field4; ///< the fourth text
-    ustring field5; ///< the fifth text
+    /// One of the texts.
+    /// @{
+    ustring field1;
+    ustring field2;
+    ustring field3;
+    ustring field4;
+    ustring field5;
+    /// @}
 };
 
 /// The data of a product. Texts are UTF-16, and are not checked: an ill-formed one is reported when
@@ -93,21 +95,13 @@ struct Product::Impl {
     Xmls localeXmls;
     std::vector<AltDependency> altDependencies; ///< passed on, in UTF-8 and in this order
 
-    /// \name Accessors
-    /// Each returns a reference to the field of its name, valid until the data is destroyed.
+    /// Returns a reference to the field of its name, valid until the data is destroyed.
     /// @{
-
-    /// See #platforms.
     [[nodiscard]] KX_EXPORT const std::set<ustring>& getPlatforms() const noexcept;
-    /// See #requiredProducts.
     [[nodiscard]] KX_EXPORT const Products& getRequiredProducts() const noexcept;
-    /// See #directRequiredComponents.
     [[nodiscard]] KX_EXPORT const Components& getDirectRequiredComponents() const noexcept;
-    /// See #platformXmls.
     [[nodiscard]] KX_EXPORT const Xmls& getPlatformXmls() const noexcept;
-    /// See #localeXmls.
     [[nodiscard]] KX_EXPORT const Xmls& getLocaleXmls() const noexcept;
-    /// See #altDependencies.
     [[nodiscard]] KX_EXPORT const std::vector<AltDependency>& getAltDependencies() const noexcept;
     /// @}
 };

@@ -18,7 +18,7 @@ struct JsonFileDiagnosis {
     /// What was found.
     enum class State {
         missing,    ///< nothing is there
-        unreadable, ///< something is there that is no regular file, or cannot be read to its end
+        unreadable, ///< something is there that is not a regular file, or cannot be read to its end
         damaged,    ///< malformed text: see code, offset, line and column
         no_object,  ///< a value of another kind
         object,     ///< an object: the file is healthy
@@ -55,7 +55,7 @@ struct JsonFileDiagnosis {
 
 /// Diagnoses the file at `path`, which getJsonObjFromFile only accepts or rejects. Changes nothing
 /// on disk, and opens regular files alone, so that no FIFO or device makes it wait. Throws
-/// std::bad_alloc, std::length_error, and what readFile throws for a path without a native name.
+/// std::bad_alloc, std::length_error, and what readFile throws for a path that no file can have.
 [[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJsonFile(const ustring& path);
 
 /// The same, and leaves in `text` the bytes that were read, so that a caller who shows the fault

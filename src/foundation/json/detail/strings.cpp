@@ -35,7 +35,7 @@ parse_result read_utf16_unit(char16_t& unit, Iterator first) {
     int value = 0;
     for (const Iterator last = first + hex_digits; first != last; ++first)
         value = value * 16 | hex_digit_values[static_cast<unsigned char>(*first)];
-    if (value < 0) // as it stays after one that is no digit
+    if (value < 0) // as it stays after one that is not a digit
         return parse_bad_unicode_escape;
     unit = static_cast<char16_t>(value);
     return parse_ok;

@@ -19,7 +19,7 @@ using product_impl::ProductImpl;
 using product_impl::XmlMap;
 
 // Returns the name in appdata of a document that an entry is to list. Throws what readFile throws
-// for a path without a native name: no other path of a product leaves the directory of the
+// for a path that no file can have: no other path of a product leaves the directory of the
 // documents.
 std::string required_document_name(const std::string& path) {
     static_cast<void>(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(

@@ -38,10 +38,10 @@ model::Product model_with(const std::string& change) {
     return model;
 }
 
-TEST(InstallTree, IsAsTheTableSays) {
+TEST(ProductSerialize, LeavesWhatTheTableSays) {
     std::unique_ptr<test::TemporaryDirectory> tree;
     std::string scenario;
-    for (const auto& step : test::read_table("install_tree.tsv")) {
+    for (const auto& step : test::read_table("product_serialize.tsv")) {
         SCOPED_TRACE(scenario + ": " + step[0]);
         const auto serialize = [&] {
             ProductImpl(model_with(step[1]))
@@ -71,7 +71,7 @@ TEST(InstallTree, IsAsTheTableSays) {
     }
 }
 
-TEST(InstallTree, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
+TEST(ProductSerialize, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
     const test::TemporaryDirectory tree;
     const ProductImpl product(test::sample_model());
     const auto write = [&](auto operation, const std::string& tag) {
@@ -84,7 +84,7 @@ TEST(InstallTree, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
 }
 
 // Each file is as it was before, or as it must be in the end, in the order of the stages.
-TEST(InstallTree, IsOldOrCompleteAfterAnyExhaustedMemory) {
+TEST(ProductSerialize, LeavesOldOrCompleteFilesAfterAnyExhaustedMemory) {
     const ProductImpl product(test::sample_model());
     const std::string before = R"({"Other":1})";
     std::set<std::string> states;
@@ -119,7 +119,7 @@ public:
     mutable std::string calls;
 };
 
-TEST(InstallTree, IsWrittenThroughAnOverrideOfWriteXml) {
+TEST(ProductSerialize, GoesThroughAnOverrideOfWriteXml) {
     const test::TemporaryDirectory tree;
     std::filesystem::create_directory(tree.path("appdata"));
     const CountingProduct counting{test::sample_model()};
@@ -129,7 +129,7 @@ TEST(InstallTree, IsWrittenThroughAnOverrideOfWriteXml) {
     EXPECT_EQ(tree.files(), (std::set<std::string>{contents_map, installed_record}));
 }
 
-TEST(InstallTree, OfItsOwnIsWrittenByEachThreadFromOneProduct) {
+TEST(ProductSerialize, WritesOneProductToATreeInEachThread) {
     const auto source = test::sample_model();
     source->directRequiredComponents[u"key"];
     const ProductImpl product(source);
