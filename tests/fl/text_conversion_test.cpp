@@ -43,6 +43,8 @@ TEST(TextConversion, SplitsNoCharacterWhereABlockEnds) {
         for (std::size_t before = 0; before < 16400; before += before == 100 ? 16270 : 1) {
             const std::string utf8 = std::string(before, 'a') + character + character;
             const ustring utf16 = utf8_to_ustring(utf8);
+            const ustring many(40000, u'\u20AC');
+            EXPECT_TRUE(before > 0 || utf8_to_ustring(ustring_to_utf8(many)) == many);
             EXPECT_EQ(utf16.size(), before + (character.size() == 4 ? 4 : 2));
             EXPECT_EQ(ustring_to_utf8(utf16), utf8);
             EXPECT_EQ(test::failure_of([&] { return utf8_to_ustring(utf8 + character[0]); }),

@@ -95,6 +95,18 @@ TEST(Value, MoveAssignmentTakesTheContentWithoutMemory) {
     });
 }
 
+TEST(Value, MoveAssignmentExchangesContainers) {
+    for (const auto& [first, second] :
+         {std::pair(Value(ValueMap{{"a", Value()}}), Value(ValueMap{{"b", Value()}})),
+          std::pair(Value(ValueVector{Value(true)}), Value(ValueVector{Value(false)}))}) {
+        Value to = first;
+        Value from = second;
+        to = std::move(from);
+        EXPECT_EQ(to, second);
+        EXPECT_EQ(from, first);
+    }
+}
+
 TEST(Value, AFailedCopyLeavesTheOldTextOrABoolean) {
     int failed_runs = 0;
     for_each_pair([&](const Value& old, const Value& from) {
