@@ -2,8 +2,8 @@
 
 #include "install/tree/found/entries.hpp"
 #include "install/tree/found/found_tree.hpp"
+#include "install/tree/in_quotes.hpp"
 #include "install/tree/layout.hpp"
-#include "install/tree/quoted.hpp"
 #include "install/tree_names.hpp"
 
 #include <utility>
@@ -62,7 +62,7 @@ private:
         for (const auto& [basecode, value] : tree_.shared.record.members)
             if (!time_in(value))
                 add_problem(Kind::no_time, tree_.shared.record.name,
-                            "The entry " + quoted(basecode) + " has no time.");
+                            "The entry " + in_quotes(basecode) + " has no time.");
     }
 
     void inspect_member(const std::string& key, const Value& value) {
@@ -70,7 +70,7 @@ private:
         const bool is_entry = is_entry_key(key);
         if (is_entry && !paths)
             add_problem(Kind::no_list, tree_.shared.contents.name,
-                        "The entry " + quoted(key) + " is not a list of paths.");
+                        "The entry " + in_quotes(key) + " is not a list of paths.");
         if (!paths)
             return;
         for (const std::string& path : *paths)
@@ -82,13 +82,13 @@ private:
         if (!name) {
             if (is_entry)
                 add_problem(Kind::outside, tree_.shared.contents.name,
-                            "The entry " + quoted(key) + " lists " + quoted(path) +
+                            "The entry " + in_quotes(key) + " lists " + in_quotes(path) +
                                 ", which is not in the directory of the documents.");
             return;
         }
         if (is_entry && !name->starts_with(name_prefix(key)))
             add_problem(Kind::other_key, tree_.shared.contents.name,
-                        "The entry " + quoted(key) + " lists " + quoted(path) +
+                        "The entry " + in_quotes(key) + " lists " + in_quotes(path) +
                             ", which has the key of another product.");
         if (!tree_.documents.sizes.contains(*name))
             inspect_absent(key, *name);
@@ -99,7 +99,7 @@ private:
         try {
             if (!tree_.appdata.link_status(name))
                 add_problem(Kind::missing, name,
-                            "The document is missing; the entry " + quoted(key) + " lists it.");
+                            "The document is missing; the entry " + in_quotes(key) + " lists it.");
         } catch (const tree_error& error) {
             add_problem(Kind::unreadable, name, error.what());
         }

@@ -4,8 +4,8 @@
 #include "install/tree/change/locked_tree.hpp"
 #include "install/tree/found/entries.hpp"
 #include "install/tree/found/found_tree.hpp"
+#include "install/tree/in_quotes.hpp"
 #include "install/tree/layout.hpp"
-#include "install/tree/quoted.hpp"
 #include "install/tree/tree_error.hpp"
 #include "install/tree_names.hpp"
 
@@ -100,7 +100,7 @@ private:
     void restore_entry(const std::string& key, Value value, const std::string& source) {
         tree_.add_listed(key, value);
         contents_.file.members.emplace(key, std::move(value));
-        add_step(contents_, "Restore the entry " + quoted(key) + " from " + source + ".");
+        add_step(contents_, "Restore the entry " + in_quotes(key) + " from " + source + ".");
     }
 
     // Whether the entry was lost, and its documents were not.
@@ -152,7 +152,7 @@ private:
     void restore_times() {
         for (const auto& [basecode, value] : old_members(record_.file))
             if (record_.file.members.emplace(basecode, value).second)
-                add_step(record_, "Restore the entry " + quoted(basecode) + " from " +
+                add_step(record_, "Restore the entry " + in_quotes(basecode) + " from " +
                                       old_name(record_.file) + ".");
     }
 

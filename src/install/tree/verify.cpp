@@ -3,8 +3,8 @@
 #include "install/tree/change/plan.hpp"
 #include "install/tree/found/entries.hpp"
 #include "install/tree/found/found_tree.hpp"
+#include "install/tree/in_quotes.hpp"
 #include "install/tree/layout.hpp"
-#include "install/tree/quoted.hpp"
 
 #include <map>
 #include <optional>
@@ -49,7 +49,7 @@ void check_members(const SharedFile& file, const Expected& expected, Faults& fau
         const auto kind = check(value, member == file.members.end() ? nullptr : &member->second);
         if (kind)
             faults.push_back(
-                {*kind, file.path, "The entry " + quoted(key) + " is " + name_of(*kind) + '.'});
+                {*kind, file.path, "The entry " + in_quotes(key) + " is " + name_of(*kind) + '.'});
     }
 }
 

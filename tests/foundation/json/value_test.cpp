@@ -75,7 +75,9 @@ TEST(Value, CopyAssignmentMakesADeepCopy) {
 }
 
 TEST(Value, MoveAssignmentTakesTheContentWithoutMemory) {
-    for_each_pair([](const Value& old, const Value& original) {
+    for_each_pair([](const Value& old, Value original) {
+        if (original.tag() == map_tag)
+            original.get<ValueMap>().erase("key"); // not the same as the old one
         Value to = old;
         Value from = original;
         test::allocations_to_failure = 1;
@@ -93,18 +95,6 @@ TEST(Value, MoveAssignmentTakesTheContentWithoutMemory) {
         from = original;
         EXPECT_EQ(from, original);
     });
-}
-
-TEST(Value, MoveAssignmentExchangesContainers) {
-    for (const auto& [first, second] :
-         {std::pair(Value(ValueMap{{"a", Value()}}), Value(ValueMap{{"b", Value()}})),
-          std::pair(Value(ValueVector{Value(true)}), Value(ValueVector{Value(false)}))}) {
-        Value to = first;
-        Value from = second;
-        to = std::move(from);
-        EXPECT_EQ(to, second);
-        EXPECT_EQ(from, first);
-    }
 }
 
 TEST(Value, AFailedCopyLeavesTheOldTextOrABoolean) {

@@ -94,26 +94,26 @@ TEST(TreeWrite, OfABasecodeThatWouldMakeTheRecordUnreadableChangesNothing) {
 // What replaces a file has its mode and its owner, and what replaces a link those of its file.
 TEST(TreeWrite, ReplacesAFileWithItsModeAndOwner) {
     const TemporaryDirectory tree;
+    const auto status = [](const fs::path& path) {
+        struct stat found {};
+        EXPECT_EQ(lstat(path.c_str(), &found), 0);
+        return std::tuple(found.st_mode, found.st_uid, found.st_gid);
+    };
     InstallTree(tree.upath()).write({selection(u"A")});
     EXPECT_EQ(fs::status(tree.path(products)).permissions() & fs::perms(0700), fs::perms(0700));
     const fs::path file = tree.path(products + "A 1 hostpf.xml");
     const fs::path link = tree.path(products + "A 1 en.xml");
-    fs::rename(link, tree.path("target"));
+    const fs::path target = tree.path("target");
+    fs::rename(link, target);
     fs::create_symlink("../../target", link);
-    fs::permissions(file, fs::perms(0640));
-    fs::permissions(link, fs::perms(0604));
     EXPECT_TRUE(chown(file.c_str(), 65534, getegid()) == 0 || geteuid() != 0);
-    EXPECT_TRUE(chown(link.c_str(), geteuid(), 65534) == 0 || geteuid() != 0);
-    struct stat old_file {
-    }, old_link{}, new_file{}, new_link{};
-    EXPECT_TRUE(stat(file.c_str(), &old_file) == 0 && stat(link.c_str(), &old_link) == 0);
+    EXPECT_TRUE(chown(target.c_str(), geteuid(), 65534) == 0 || geteuid() != 0);
+    fs::permissions(file, fs::perms(0640));
+    fs::permissions(target, fs::perms(0604));
+    const auto old_file = status(file);
     InstallTree(tree.upath()).write({selection(u"A", u"<new/>")});
-    EXPECT_TRUE(lstat(file.c_str(), &new_file) == 0 && lstat(link.c_str(), &new_link) == 0);
-    for (const auto& [was, is] : {std::pair(old_file, new_file), std::pair(old_link, new_link)}) {
-        EXPECT_EQ(is.st_mode, was.st_mode);
-        EXPECT_EQ(is.st_uid, was.st_uid);
-        EXPECT_EQ(is.st_gid, was.st_gid);
-    }
+    EXPECT_EQ(status(file), old_file);
+    EXPECT_EQ(status(link), status(target));
     EXPECT_EQ(tree.content(products + "A 1 en.xml"), "<new/>locale");
     EXPECT_EQ(tree.content("target"), "<a/>locale");
 }

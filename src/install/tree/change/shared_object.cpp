@@ -1,7 +1,7 @@
 #include "install/tree/change/shared_object.hpp"
 
 #include "foundation/json/typed_integers.hpp"
-#include "install/tree/quoted.hpp"
+#include "install/tree/in_quotes.hpp"
 #include "install/tree/tree_error.hpp"
 #include "install/tree_names.hpp"
 
@@ -41,7 +41,7 @@ void SharedObject::set(const std::string& key, Value value) {
 Value SharedObject::take(const std::string& key) {
     auto value = object_.take(key);
     if (!value)
-        throw tree_error("remove " + quoted(key) + " from", path_, "There is no such entry.");
+        throw tree_error("remove " + in_quotes(key) + " from", path_, "There is no such entry.");
     return std::move(*value);
 }
 

@@ -26,8 +26,9 @@ struct SharedFiles {
 };
 
 struct FoundTree {
-    // Reads the tree once. Throws std::bad_alloc only. Keeps a reference to `appdata`.
-    explicit FoundTree(const Directory& appdata);
+    // Reads the tree in `directory`, appdata, once. Throws std::bad_alloc only. Keeps a reference
+    // to `directory`.
+    explicit FoundTree(const Directory& directory);
 
     // Adds what an entry of the contents map lists.
     void add_listed(const std::string& key, const foundation::json::Value& value);

@@ -9,7 +9,7 @@
 
 namespace install::tree {
 
-inline std::string quoted(std::string_view text) {
+inline std::string in_quotes(std::string_view text) {
     return '"' + printable(text) + '"';
 }
 
