@@ -29,7 +29,7 @@ void read(benchmark::State& state, const std::string& begin, const std::string& 
 
 // Both are larger than the caches, so that only the reader makes a difference between them.
 void sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(1 << 20)->Arg(4 << 20)->Unit(benchmark::kMillisecond);
+    benchmark->Arg(2 << 20)->Arg(8 << 20)->Unit(benchmark::kMillisecond);
 }
 
 BENCHMARK_CAPTURE(read, open_brackets, "", "[", false)->Apply(sizes);
