@@ -1,21 +1,20 @@
-"""How gdb shows the values of libkxinstall_product_impl.
-
-foundation::json::Value:
-    undefined, null, true            as in JSON
-    "text"                           with the escapes that gdb uses
-    1.0, 0.5f, -7, 7u                double, float, long long, unsigned long long
-    {true, 2.5}, {["key"] = null}    arrays and objects; [] and {} where they are empty
-    <array>, <object>                the content cannot be shown; see below
-fl::ustring, which is std::u16string:
-    u"text"
-
-Errors are shown in angle brackets. The content of arrays and objects needs debug information on the
-container, and the printers of the standard library, which gdb normally loads together with it.
-
-gdb loads this file with an installed library. By hand:
-
-    (gdb) source kx_printers.py
-"""
+# How gdb shows the values of libkxinstall_product_impl.
+#
+# foundation::json::Value:
+#     undefined, null, true            as in JSON
+#     "text"                           with the escapes that gdb uses
+#     1.0, 0.5f, -7, 7u                double, float, long long, unsigned long long
+#     {true, 2.5}, {["key"] = null}    arrays and objects; [] and {} where they are empty
+#     <array>, <object>                the content cannot be shown; see below
+# fl::ustring, which is std::u16string:
+#     u"text"
+#
+# Errors are shown in angle brackets. The content of arrays and objects needs debug information on the
+# container, and the printers of the standard library, which gdb normally loads together with it.
+#
+# gdb loads this file with an installed library. By hand:
+#
+#     (gdb) source kx_printers.py
 
 import gdb
 import gdb.printing
@@ -25,32 +24,23 @@ MAX_TEXT_LENGTH = 1 << 20
 
 
 class TextPrinter:
-    """Shows a text, or a lazy string, of which gdb reads only what it shows."""
-
+    # A text, or a lazy string, of which gdb reads only what it shows.
     def __init__(self, text):
-        self.text = text
-
-    def to_string(self):
-        """What is shown."""
-        return self.text
+        self.to_string = lambda: text
 
 
 class ContainerPrinter:
-    """Shows the children that the standard library's printer finds, and a text if there are none."""
-
+    # The children that the standard library's printer finds, and a text if there are none. The hint lets gdb
+    # leave out indices, and join each key and its value.
     def __init__(self, printer, hint, empty):
         self.printer, self.hint, self.empty = printer, hint, empty
-
-    def display_hint(self):
-        """Lets gdb leave out indices, and join each key and its value."""
-        return self.hint
+        self.display_hint = lambda: hint
 
     def to_string(self):
-        """What is shown before the children."""
         return None if next(self.children(), None) else self.empty
 
+    # Up to the first that cannot be read; that one is replaced by the error.
     def children(self):
-        """The children up to the first that cannot be read; that one is replaced by the error."""
         try:
             for name, child in self.printer.children():
                 child.fetch_lazy()  # gdb drops the whole output if it fails to read a child later
@@ -61,14 +51,14 @@ class ContainerPrinter:
                 yield 'value', '...'
 
 
+# A std::basic_string.
 def string(value):
-    """The printer for a std::basic_string."""
     length = min(int(value['_M_string_length']), MAX_TEXT_LENGTH)
     return TextPrinter(value['_M_dataplus']['_M_p'].lazy_string(length=length))
 
 
+# An array or object. The holder is null in a Value that was moved from.
 def container(holder, hint, empty, unknown):
-    """The printer for an array or object. The holder is null in a Value that was moved from."""
     if not holder:
         return TextPrinter(empty)
     value = holder.dereference()
@@ -91,7 +81,6 @@ MEMBERS = (
 
 
 def json_value(value):
-    """The printer for a foundation::json::Value."""
     tag = int(value['tag_'])
     if not 0 <= tag < len(MEMBERS):
         return TextPrinter(f'<invalid tag {tag}>')
@@ -99,8 +88,8 @@ def json_value(value):
     return printer(value['content_'][member])
 
 
+# The same printer, or one for the error.
 def or_error(printer):
-    """The same printer, or one for the error."""
     def guarded(value):
         try:
             return printer(value)
