@@ -167,8 +167,13 @@ parse_result read_string_element(std::string& text, Iterator& pos, const Iterato
         return parse_end_of_input;
     if (*pos == '"')
         return parse_string_end;
-    if (*pos == '\\')
-        return read_escaped_content(text, pos, end, std::to_address(pos) + 1);
+    if (*pos == '\\') {
+        std::array<char, 2 * unicode_escape_length> bytes; // of the longest escape
+        char* out = bytes.data();
+        const parse_result result = read_escape(out, pos, end);
+        text.append(bytes.data(), out);
+        return result;
+    }
     text += *pos;
     ++pos;
     return parse_ok;
