@@ -1,6 +1,5 @@
 # What all targets of the project have in common, and how its libraries are made and installed.
 
-include(CheckCXXCompilerFlag)
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -33,14 +32,10 @@ endif()
 # For all that is installed: a fault in memory ends the program rather than runs somebody else's code.
 # Optimised builds only, which the checks of the C library's functions need; the sanitizers have their own.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
-  set(hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
-  foreach(option -fstack-clash-protection -fcf-protection)
-    string(MAKE_C_IDENTIFIER "KX_HAS${option}" available)
-    check_cxx_compiler_flag(${option} ${available})
-    if(${available})
-      list(APPEND hardening ${option})
-    endif()
-  endforeach()
+  set(hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "86|AMD64")
+    list(APPEND hardening -fcf-protection)
+  endif()
   set(kx_hardening "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening}>")
   add_link_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:LINKER:-z,relro,-z,now>")
 endif()
