@@ -49,9 +49,10 @@ endif()
 #       HEADERS <header>...           the headers that it installs, relative to include/
 #       [REQUIRES <name>...]          our libraries whose headers its headers include
 #       [FINDS <package and version>] the external package whose headers its headers include
+#       [LINKS <name>]                the library of the system that it needs
 #     )
 function(kx_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FINDS" "SOURCES;HEADERS;REQUIRES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FINDS;LINKS" "SOURCES;HEADERS;REQUIRES")
   set(target kx${name})
   add_library(${target} ${arg_SOURCES})
   add_library(kx::${name} ALIAS ${target})
@@ -80,17 +81,17 @@ function(kx_add_library name)
     FILE_SET HEADERS BASE_DIRS "${kx_include_directory}" FILES ${arg_HEADERS})
 
   list(TRANSFORM arg_REQUIRES PREPEND kx:: OUTPUT_VARIABLE libraries)
-  target_link_libraries(${target} PUBLIC ${libraries})
+  target_link_libraries(${target} PUBLIC ${libraries} PRIVATE ${arg_LINKS})
 
   if(KX_INSTALL)
-    kx_install_library(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}")
+    kx_install_library(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${arg_FINDS}" "${arg_LINKS}")
   endif()
 endfunction()
 
 # Installs a library, its headers, and the files by which CMake and pkg-config find it. Each library has
 # two install components, <target>_runtime and <target>_development. No installed file contains an
 # absolute path, so that the prefix can be moved.
-function(kx_install_library target description requires finds)
+function(kx_install_library target description requires finds links)
   install(TARGETS ${target} EXPORT ${target}Targets
     LIBRARY COMPONENT ${target}_runtime NAMELINK_COMPONENT ${target}_development
     ARCHIVE COMPONENT ${target}_development
@@ -116,6 +117,10 @@ function(kx_install_library target description requires finds)
   file(RELATIVE_PATH prefix_from_pc "/${pkg_config}" "/")
   list(TRANSFORM requires PREPEND kx)
   list(JOIN requires " " pc_requires)
+  set(pc_links "")
+  if(links AND NOT BUILD_SHARED_LIBS) # a static library does not say what it needs
+    set(pc_links " -l${links}")
+  endif()
   configure_file("${PROJECT_SOURCE_DIR}/cmake/pkg_config.pc.in" "${generated}.pc" @ONLY)
   install(FILES "${generated}.pc" DESTINATION "${pkg_config}" COMPONENT ${target}_development)
 endfunction()

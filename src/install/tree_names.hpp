@@ -19,10 +19,12 @@ inline constexpr std::string_view contents_map = "prodcontents.json";
 inline constexpr std::string_view installed_record = "installedProductData.json";
 
 // Below appdata: what a change adds.
-inline constexpr std::string_view lock = ".lock";       // held during every change
-inline constexpr std::string_view staging = ".staging"; // a change that is being prepared
-inline constexpr std::string_view commit = ".commit";   // a change that is decided
-inline constexpr std::string_view old_suffix = ".old";  // the last good version of a shared file
+inline constexpr std::string_view receipts = "receipts.json";
+inline constexpr std::string_view lock = ".lock"; // held during every change
+inline constexpr std::string_view staging =
+    ".staging";                                   // a change that is prepared, or to be dropped
+inline constexpr std::string_view undo = ".undo"; // a change that is under way
+inline constexpr std::string_view old_suffix = ".old"; // the last good version of a shared file
 inline constexpr std::string_view damaged_suffix = ".damaged"; // a shared file before its repair
 
 // Ends every key of the contents map, whatever platforms a product is written for, so that a later

@@ -2,15 +2,20 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <functional>
 #include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 namespace {
 
-thread_local constinit test::DiskObserver* disk_observer = nullptr;
+thread_local constinit test::DiskObserver* innermost = nullptr;
+// A call that is put off, and its descriptor, which stays open as long.
+thread_local std::function<void()> delayed;
+thread_local constinit int kept_open = -1;
 
 template <class Result, class... Arguments>
 Result real(const char* function, Arguments... arguments) {
@@ -18,33 +23,46 @@ Result real(const char* function, Arguments... arguments) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, function))(arguments...);
 }
 
-// What the observer itself does is not observed.
+// What the observers themselves do is not observed.
 template <class Result, class... Arguments>
-Result observed(const char* function, int descriptor, const char* name, Arguments... arguments) {
-    test::DiskObserver* const observer = std::exchange(disk_observer, nullptr);
-    if (observer == nullptr)
-        return real<Result>(function, arguments...);
-    int error = observer->before(function);
-    Result result = -1;
-    if (error == 0) {
-        result = real<Result>(function, arguments...);
+Result observed(const test::DiskCall& call, Arguments... arguments) {
+    test::DiskObserver* const all = std::exchange(innermost, nullptr);
+    const auto run = [all, call, arguments...] {
+        const auto result = real<Result>(call.function.c_str(), arguments...);
+        const int error = errno;
+        for (auto* each = result == -1 ? nullptr : all; each != nullptr; each = each->outer)
+            each->after(call, static_cast<int>(result));
+        errno = error;
+        return result;
+    };
+    int verdict = 0;
+    for (auto* each = all; each != nullptr && verdict == 0; each = each->outer)
+        verdict = each->before(call);
+    Result result = verdict > 0 ? -1 : 0;
+    int error = verdict;
+    if (verdict == test::DiskObserver::put_off) {
+        delayed = [run] { run(); };
+        kept_open = call.descriptor;
+    } else if (verdict == 0) {
+        result = run();
         error = errno;
-        const bool opens = name != nullptr && result > 0;
-        if (result != -1)
-            observer->after(function, opens ? static_cast<int>(result) : descriptor, name);
+        if (const auto late = std::exchange(delayed, nullptr)) {
+            kept_open = -1;
+            for (auto* each = all; each != nullptr; each = each->outer)
+                each->between();
+            late();
+        }
     }
-    disk_observer = observer;
+    innermost = all;
     errno = error;
     return result;
 }
 
 } // namespace
 
-test::DiskObserver::DiskObserver() {
-    disk_observer = this;
-}
+test::DiskObserver::DiskObserver() : outer(std::exchange(innermost, this)) {}
 test::DiskObserver::~DiskObserver() {
-    disk_observer = nullptr;
+    innermost = outer;
 }
 
 extern "C" {
@@ -56,35 +74,38 @@ int openat(int directory, const char* path, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
     return (flags & (O_CREAT | O_WRONLY | O_RDWR)) != 0
-               ? observed<int>("openat", directory, path, directory, path, flags, mode)
+               ? observed<int>({"openat", directory, path}, directory, path, flags, mode)
                : real<int>("openat", directory, path, flags, mode);
 }
+int close(int file) { // leaks it, as the call that is put off needs it
+    return file == kept_open ? 0 : real<int>("close", file);
+}
 ssize_t write(int file, const void* bytes, size_t size) {
-    return observed<ssize_t>("write", file, nullptr, file, bytes, size);
+    return observed<ssize_t>({"write", file}, file, bytes, size);
 }
 int fchmod(int file, mode_t mode) {
-    return observed<int>("fchmod", file, nullptr, file, mode);
+    return observed<int>({"fchmod", file}, file, mode);
 }
 int fsync(int file) {
-    return observed<int>("fsync", file, nullptr, file);
+    return observed<int>({"fsync", file}, file);
 }
 int syncfs(int file) {
-    return observed<int>("syncfs", file, nullptr, file);
+    return observed<int>({"syncfs", file}, file);
 }
 int mkdir(const char* path, mode_t mode) {
-    return observed<int>("mkdir", AT_FDCWD, path, path, mode);
+    return observed<int>({"mkdir", AT_FDCWD, path}, path, mode);
 }
 int mkdirat(int directory, const char* path, mode_t mode) {
-    return observed<int>("mkdirat", directory, path, directory, path, mode);
+    return observed<int>({"mkdirat", directory, path}, directory, path, mode);
 }
 int unlinkat(int directory, const char* path, int flags) {
-    return observed<int>("unlinkat", directory, path, directory, path, flags);
+    return observed<int>({"unlinkat", directory, path}, directory, path, flags);
 }
 int linkat(int from, const char* path, int to, const char* link, int flags) {
-    return observed<int>("linkat", to, link, from, path, to, link, flags);
+    return observed<int>({"linkat", to, link, from, path}, from, path, to, link, flags);
 }
 int renameat(int from, const char* path, int to, const char* name) {
-    return observed<int>("renameat", to, name, from, path, to, name);
+    return observed<int>({"renameat", to, name, from, path}, from, path, to, name);
 }
 
 #pragma GCC visibility pop

@@ -1,21 +1,68 @@
-// Every call of this thread that changes the disk, seen before and after it is made. The program's
-// open, write, rename and so on are replaced for good.
+// Sees, replaces and puts off the calls of this program that change the disk.
 
 #pragma once
 
+#include <functional>
+#include <string>
+#include <utility>
+
 namespace test {
 
-/// Sees the calls of this thread while it exists.
+/// A call: its function, the descriptor and the name that it changes, and of a link or a renaming
+/// those that it comes from.
+struct DiskCall {
+    std::string function;
+    int descriptor = -1;
+    const char* name = nullptr;
+    int from = -1;
+    const char* from_name = nullptr;
+};
+
+/// Sees the calls of its thread while it lives. Observers nest; the last one is asked first.
 class DiskObserver {
 public:
     DiskObserver();
-    DiskObserver(DiskObserver&&) = delete; // nor a copy
+    DiskObserver(const DiskObserver&) = delete;
+    DiskObserver& operator=(const DiskObserver&) = delete;
     virtual ~DiskObserver();
-    /// Returns the errno with which the call fails; 0 if it is to be made.
-    virtual int before(const char* function) = 0;
-    /// After a call that succeeded: the file that it opened or flushed, or else the directory and
-    /// the name that it was given.
-    virtual void after(const char* /*function*/, int /*descriptor*/, const char* /*name*/) {}
+
+    /// What before may return besides an error with which the call fails: 0 lets it pass.
+    enum : int {
+        left_out = -1,
+        put_off = -2
+    }; // succeeds without effect; takes effect after the next
+
+    virtual int before(const DiskCall& /*call*/) { return 0; }
+    /// Called before a call that was put off, after the one that took its place.
+    virtual void between() {}
+    /// Called after a success, with what the call returned.
+    virtual void after(const DiskCall& /*call*/, int /*result*/) {}
+
+    DiskObserver* outer;
+};
+
+/// Lets the first calls pass, of all or of one function, and does something else with the next, or
+/// with all others.
+class AtCall : public DiskObserver {
+public:
+    AtCall(int passing, std::function<int()> then, std::string function = "", bool always = false)
+        : passing_(passing),
+          then_(std::move(then)),
+          function_(std::move(function)),
+          always_(always) {}
+    int before(const DiskCall& call) override {
+        if (!function_.empty() && call.function != function_)
+            return 0;
+        --passing_;
+        return passing_ == -1 || (always_ && passing_ < 0) ? then_() : 0;
+    }
+    [[nodiscard]] bool was_reached() const { return passing_ < 0; }
+
+private:
+    int passing_;
+    std::function<int()> then_;
+    std::string function_;
+    bool always_;
 };
 
 } // namespace test

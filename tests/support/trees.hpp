@@ -16,6 +16,7 @@ namespace test {
 
 inline const std::string contents_map = "appdata/prodcontents.json";
 inline const std::string installed_record = "appdata/installedProductData.json";
+inline const std::string receipts = "appdata/receipts.json";
 inline const std::string products = "appdata/products/";
 
 /// The product `name` 1, whose basecode is its name, with documents for hostpf and en, and en once
@@ -42,7 +43,7 @@ inline std::map<std::string, std::string> files_of(const TemporaryDirectory& tre
             std::filesystem::is_regular_file(tree.path(name)))
             files[name] = tree.content(name);
     for (auto& [name, text] : files)
-        if (name.starts_with(installed_record))
+        if (name.starts_with(installed_record) || name.starts_with(receipts))
             text = std::regex_replace(text, std::regex(":1[7-9][0-9]{11}"), ":NOW");
     return files;
 }

@@ -15,7 +15,7 @@ struct Fault {
     enum class Kind {
         missing,        ///< a file or an entry is not there
         empty,          ///< a document that ought to have text has none
-        different,      ///< a document or an entry is not what was to be written
+        different,      ///< a document or an entry is not what was written, or to be written
         old,            ///< the installed record has an earlier time
         no_list,        ///< an entry of the contents map is not a list of paths
         outside,        ///< an entry lists a path that leaves the tree
@@ -26,7 +26,9 @@ struct Fault {
         trailing_bytes, ///< a shared file has bytes after its object, which the next write drops
         not_regular,    ///< something that is not a regular file is in a file's place
         unreadable,     ///< a file or directory could not be read
-        interrupted,    ///< an interrupted change waits to be finished or dropped
+        interrupted,    ///< an interrupted change waits to be taken back, or dropped
+        fewer_readers,  ///< fewer users may read documents than may read the contents map
+        not_restored,   ///< a repair leaves out what may have been removed, or has no name
     };
 
     Kind kind = Kind::missing; ///< what is wrong

@@ -7,49 +7,36 @@
 ///         std::cout << entry.key << '\n';
 ///
 /// ProductImpl::serialize writes one product, in-place, and reports nothing of a failed write.
-/// InstallTree leaves the same files, for any number of products at once, and each change of it is
-/// done as a whole or not at all, even if the process is killed or the power fails.
-/// docs/install-tree.md describes the files `.lock`, `.staging`, `.commit` and `NAME.old`, which it
-/// adds to the tree.
+/// InstallTree leaves the same files, for any number of products at once. When a change has
+/// returned, all of it is in the tree and on the disk; when it throws, or the process is killed, or
+/// the power fails, the tree is as it was before: at once, or after the recovery with which every
+/// change begins. docs/install-tree.md has the assumptions, and describes what it adds to
+/// the tree: `receipts.json`, `.lock`, `.staging`, `.undo` and `NAME.old`.
 ///
 /// Operations that change a tree wait for each other, in all threads and processes. Those that only
-/// read need not wait, because every file is replaced by renaming.
+/// read do not wait, change nothing, and always see the tree as it was before or after a change,
+/// also while one is under way or was interrupted.
 ///
 /// A failure throws tree_error, also where memory is exhausted; std::bad_alloc if there is none
 /// left to report that. A path, a name or a version that no file can have throws what
 /// install/product_impl/utils/paths.hpp and files.hpp say. The tree is then as it was, unless
-/// tree_error::is_committed() returns true.
+/// tree_error::is_committed() returns true. A recovery that fails throws, too: "cannot take back"
+/// is the failure of an older change.
 
 #pragma once
 
 #include "fl/export.hpp"
-#include "install/product_impl/product_impl.hpp"
+#include "install/tree/change.hpp"
 #include "install/tree/fault.hpp"
 #include "install/tree/tree_error.hpp"
 #include "install/ustring.hpp"
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
-#include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace install::tree {
-
-/// A product, and which of its documents to write.
-struct ProductSelection {
-    std::shared_ptr<const product_impl::ProductImpl> product; ///< not null
-    std::vector<std::string> platforms; ///< tags in UTF-8; those without a document are skipped
-    std::string locale;                 ///< a tag in UTF-8; skipped if it has no document
-};
-
-/// The entries of an installed product. Neither can be derived from the other.
-struct InstalledProduct {
-    std::string key;                     ///< of the contents map, in UTF-8, with its tag "hostpf"
-    std::optional<std::string> basecode; ///< of the installed record; without it that is unchanged
-};
 
 /// An entry of the contents map.
 struct ContentsEntry {
@@ -63,11 +50,28 @@ struct RecordEntry {
     std::chrono::sys_time<std::chrono::milliseconds> time; ///< of the last write
 };
 
-/// The entries of both shared files, in the order of their keys. Members of another form, which
+/// What a change left of a product.
+struct Receipt {
+    /// A document as it was written.
+    struct Document {
+        std::string path;   ///< as the contents map lists it
+        std::uint64_t size; ///< in bytes
+        std::string sha256; ///< 64 hexadecimal digits
+    };
+    std::string key;                                       ///< of the contents map
+    std::string basecode;                                  ///< of the installed record
+    std::chrono::sys_time<std::chrono::milliseconds> time; ///< of the change
+    std::vector<Document> documents;                       ///< in the order of the list
+};
+
+/// The entries of the shared files, in the order of their keys. Members of another form, which
 /// other programs may have added, are not in it.
 struct Listing {
     std::vector<ContentsEntry> contents; ///< of the contents map
     std::vector<RecordEntry> record;     ///< of the installed record
+    /// Of the products that were last written by a change: the installed record has their times.
+    /// What serialize wrote has none.
+    std::vector<Receipt> receipts;
 };
 
 /// An install tree on disk. Objects for the same tree need not know of each other; threads may
@@ -79,24 +83,32 @@ public:
 
     /// The tree at `installRoot`. Touches nothing yet. Throws std::bad_alloc, and what readFile
     /// throws for a path that no file can have.
-    explicit InstallTree(ustring installRoot);
+    explicit InstallTree(ustring installRoot, Options options = {});
 
-    /// Calls `observer` before a change waits for another one, with the process that makes it; 0 if
-    /// that is not known. What the observer throws ends the change.
-    void on_wait(std::function<void(std::int64_t process)> observer);
-
-    /// Writes all of `selections`, or nothing. Afterwards the tree is what serialize of each in
-    /// order would have left, byte for byte except for the times, which are all the same, and
-    /// everything is on the disk. Missing directories are created. An override of writeXml in a
-    /// derived product is not called.
+    /// Makes a change, all of it or nothing.
     ///
-    /// Throws tree_error with the message of getJsonObjFromFile if a shared file holds no object,
-    /// and std::invalid_argument if a product is null.
+    /// Removes the entries of `change.remove`, and of their documents, listed or of former
+    /// selections, those in the directory of the documents that no entry lists afterwards. Throws
+    /// tree_error if an entry does not exist.
+    ///
+    /// Then writes `change.write`: the tree is what serialize of each in order would have left,
+    /// byte for byte except for the times, which are all the same. Missing directories are created.
+    /// An override of writeXml in a derived product is not called. Throws tree_error with the
+    /// message of getJsonObjFromFile if a shared file holds no object, and std::invalid_argument if
+    /// a product is null.
+    ///
+    /// A file that is replaced keeps its permissions, and its owner and its group where that is
+    /// allowed. No symbolic link is followed but `appdata` and `appdata/products`; another one in a
+    /// file's place is replaced.
+    void apply(const Change& change);
+
+    /// Does everything of `apply` that does not change the tree, and returns the rest.
+    [[nodiscard]] PreparedChange prepare(const Change& change);
+
+    /// Applies a change that only writes.
     void write(const std::vector<ProductSelection>& selections);
 
-    /// Removes the entries of all of `products`, and those of their documents that no other entry
-    /// lists and that are in the directory of the documents; or nothing. Throws tree_error if an
-    /// entry does not exist.
+    /// Applies a change that only removes.
     void remove(const std::vector<InstalledProduct>& products);
 
     /// Returns what is missing, empty or different in the tree, compared with a write of
@@ -105,17 +117,18 @@ public:
     [[nodiscard]] std::vector<Fault> verify(const std::vector<ProductSelection>& selections,
                                             Time since = Time::min()) const;
 
-    /// Returns the entries of both shared files; none of a file that does not exist. Throws
-    /// tree_error if there is no tree, or a file cannot be read or holds no object.
+    /// Returns the entries of the shared files; none of a file that does not exist. Throws
+    /// tree_error if there is no tree, or the contents map or the installed record cannot be read
+    /// or holds no object.
     [[nodiscard]] Listing list() const;
 
-    /// Finishes a change that was interrupted after its commit, and drops one that was interrupted
-    /// before. Returns whether there was one. Every change begins with this.
+    /// Takes back what an interrupted change did. Returns whether there was one. Every change
+    /// begins with this.
     bool recover();
 
 private:
     ustring root_;
-    std::function<void(std::int64_t)> on_wait_;
+    Options options_;
 };
 
 } // namespace install::tree

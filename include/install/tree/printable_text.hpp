@@ -15,4 +15,9 @@ namespace install::tree {
 /// backslash stays as it is. Throws std::bad_alloc.
 [[nodiscard]] KX_EXPORT std::string printable(std::string_view text);
 
+/// Returns the JSON text `json` without the same, as an equal text that is ASCII where it has to
+/// be: a character becomes `\u202e`, and a byte that is no UTF-8 the unpaired `\udcff` of which
+/// Python makes the byte again (`surrogateescape`). Throws std::bad_alloc.
+[[nodiscard]] KX_EXPORT std::string printable_json(std::string_view json);
+
 } // namespace install::tree

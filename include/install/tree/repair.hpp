@@ -4,6 +4,8 @@
 #pragma once
 
 #include "fl/export.hpp"
+#include "install/tree/change.hpp"
+#include "install/tree/fault.hpp"
 #include "install/ustring.hpp"
 
 #include <string>
@@ -24,17 +26,26 @@ struct RepairStep {
     std::string text; ///< what is done to it: a sentence in UTF-8, printable
 };
 
-/// Repairs the tree at `installRoot` as one change, which is done as a whole or not at all, and
-/// returns its steps; none for a tree that needs no repair.
+/// What a repair did, or would do.
+struct RepairReport {
+    std::vector<RepairStep> steps; ///< none for a tree that needs no repair
+    std::vector<Fault> notes;      ///< what it leaves as it is, and why
+};
+
+/// Repairs the tree at `installRoot` as one change, which is done as a whole or not at all. Then
+/// the tree is locked from the first look to the last write; a dry run takes no lock.
 ///
-/// An interrupted change is finished or dropped first. Of a damaged shared file every whole member
-/// is kept, and the file itself as NAME.damaged. Entries of the contents map that are lost come
-/// from its last good version, NAME.old, if their documents are still there, and otherwise from the
-/// names of the documents; lost entries of the installed record come from its NAME.old. In a file
-/// that is not damaged, nothing is changed but entries added for documents that no entry knows.
+/// An interrupted change is taken back first. Of a damaged shared file every whole member is kept,
+/// and the file itself as NAME.damaged, or NAME.damaged.1 and so on if there is one already. Lost
+/// entries of the contents map come from the receipts, then from its last good version, NAME.old,
+/// if their documents are still there, and at last from the names of the documents. Lost entries of
+/// the installed record come from the receipts and from its NAME.old, whichever is later. While
+/// receipts.json is whole, a product without any receipt may have been removed, and is a note. In a
+/// file that is not damaged, nothing is changed but entries added for documents that are there.
 ///
-/// Throws as InstallTree does.
-KX_EXPORT std::vector<RepairStep> repair(const ustring& installRoot,
-                                         RepairMode mode = RepairMode::dry_run);
+/// Throws as InstallTree does; also tree_error if something cannot be read that may be needed, as
+/// less would be restored then than could be, or if what would be written could not be read back.
+KX_EXPORT RepairReport repair(const ustring& installRoot, RepairMode mode = RepairMode::dry_run,
+                              const Options& options = {});
 
 } // namespace install::tree

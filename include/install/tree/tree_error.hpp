@@ -24,6 +24,9 @@ public:
 
     /// The same for another reason, a text in UTF-8.
     tree_error(const std::string& operation, const std::string& path, const std::string& reason);
+    /// The same for another reason, where it is an error of the system, too.
+    tree_error(const std::string& operation, const std::string& path, std::error_code code,
+               const std::string& reason);
 
     /// Defined in the library, so that the type is the same in every module that catches it.
     ~tree_error() override;
@@ -38,13 +41,12 @@ public:
     /// Returns the system's error; 0 where the reason is another.
     [[nodiscard]] std::error_code code() const noexcept { return code_; }
 
-    /// Returns whether the change was committed before the failure. If not, the tree is as it was.
-    /// If so, part of the change may still wait to be put into its place, and the next change, or
-    /// InstallTree::recover, finishes it.
+    /// Returns whether the change was made: all of it is in its place, but the disk did not confirm
+    /// that this would survive a failure of power. Otherwise the tree is as it was.
     [[nodiscard]] bool is_committed() const noexcept { return committed_; }
 
-    /// Returns the same error for a change that was committed.
-    [[nodiscard]] tree_error as_committed() const noexcept;
+    /// Returns the same error for a change that was made, with the system's error.
+    [[nodiscard]] tree_error as_committed(std::error_code code) const noexcept;
 
 private:
     struct Names;

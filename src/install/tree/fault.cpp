@@ -33,6 +33,10 @@ const char* name_of(Fault::Kind kind) noexcept {
         return "unreadable";
     case Kind::interrupted:
         return "interrupted";
+    case Kind::fewer_readers:
+        return "fewer_readers";
+    case Kind::not_restored:
+        return "not_restored";
     }
     return "unknown";
 }

@@ -3,16 +3,14 @@
 #include "install/tree/tree_error.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <charconv>
 #include <climits>
+#include <cstdio>
 #include <memory>
 #include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,13 +18,18 @@ namespace install::tree {
 
 namespace {
 
-std::error_code last_error() {
+std::error_code last_error() noexcept {
     return {errno, std::system_category()};
+}
+
+// The code of a call that returns -1 where it fails.
+std::error_code code_of(int result) noexcept {
+    return result == -1 ? last_error() : std::error_code();
 }
 
 // Calls a function of the system until no signal interrupts it.
 template <class Call>
-auto uninterrupted(const Call& call) {
+auto uninterrupted(const Call& call) noexcept {
     for (;;) {
         const auto result = call();
         if (result != -1 || errno != EINTR)
@@ -34,57 +37,72 @@ auto uninterrupted(const Call& call) {
     }
 }
 
-std::optional<FileStatus> status_at(int directory, const std::string& name, const std::string& path,
-                                    int flags) {
-    struct stat found {};
-    if (fstatat(directory, name.c_str(), &found, flags) != 0) {
-        if (errno == ENOENT)
-            return std::nullopt;
-        throw tree_error("look at", path, last_error());
-    }
-    FileStatus status;
-    if (S_ISREG(found.st_mode))
-        status.type = FileStatus::Type::regular;
-    else if (S_ISDIR(found.st_mode))
-        status.type = FileStatus::Type::directory;
-    status.size = static_cast<std::uint64_t>(found.st_size);
-    status.device = found.st_dev;
-    status.mode = found.st_mode & 07777U;
-    status.owner = found.st_uid;
-    status.group = found.st_gid;
-    return status;
+// Returns no file, with errno set, on failure. Without O_NONBLOCK, opening a FIFO would wait for
+// another process.
+Descriptor open_at(int folder, const char* name, int flags, mode_t mode = 0) noexcept {
+    const int all_flags = flags | O_CLOEXEC | O_NONBLOCK;
+    return Descriptor(uninterrupted([&] { return openat(folder, name, all_flags, mode); }));
 }
 
-void flush_descriptor(int descriptor, const std::string& path) {
-    if (uninterrupted([&] { return fsync(descriptor); }) != 0)
-        throw tree_error("flush", path, last_error());
+Descriptor open_directory(int folder, const char* name, int flags = 0) noexcept {
+    return open_at(folder, name, O_RDONLY | O_DIRECTORY | flags);
 }
 
-void write_all(int descriptor, std::string_view bytes, const std::string& path) {
+FileStatus::Type type_of(mode_t mode) noexcept {
+    if (S_ISREG(mode))
+        return FileStatus::Type::regular;
+    if (S_ISDIR(mode))
+        return FileStatus::Type::directory;
+    return S_ISLNK(mode) ? FileStatus::Type::link : FileStatus::Type::other;
+}
+
+std::error_code write_all(int file, std::string_view bytes) noexcept {
     while (!bytes.empty()) {
         const auto written =
-            uninterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+            uninterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
         if (written < 0)
-            throw tree_error("write", path, last_error());
+            return last_error();
         bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return {};
+}
+
+// Calls `take` with the bytes of a file, piece by piece, until it returns an error.
+template <class Take>
+std::error_code read_pieces(int file, const Take& take) noexcept {
+    std::array<char, 16384> buffer{};
+    for (;;) {
+        const auto count =
+            uninterrupted([&] { return ::read(file, buffer.data(), buffer.size()); });
+        if (count <= 0)
+            return count == 0 ? std::error_code() : last_error();
+        if (const auto code =
+                take(std::string_view(buffer.data(), static_cast<std::size_t>(count))))
+            return code;
     }
 }
 
-// Returns the size of an open file, which must be a regular one.
-std::size_t regular_size(int descriptor, const std::string& path) {
-    struct stat found {};
-    if (fstat(descriptor, &found) != 0)
-        throw tree_error("look at", path, last_error());
-    if (!S_ISREG(found.st_mode))
-        throw tree_error("open", path, "This is not a regular file.");
-    return static_cast<std::size_t>(found.st_size);
+// Only a privileged process may give a file away. That may also clear permissions, which are
+// therefore set after it.
+std::error_code make_like(int file, const FileStatus& other) noexcept {
+    if (other.owner != geteuid())
+        static_cast<void>(fchown(file, other.owner, static_cast<gid_t>(-1)) == 0);
+    if (other.group != getegid())
+        static_cast<void>(fchown(file, static_cast<uid_t>(-1), other.group) == 0);
+    return code_of(fchmod(file, other.permissions));
 }
 
-std::string read_all(int descriptor, std::size_t expected_size, const std::string& path) {
+std::error_code copy_link(const Place& from, const Place& to) noexcept {
+    std::array<char, PATH_MAX> target{};
+    const auto size = readlinkat(from.folder, from.name, target.data(), target.size() - 1);
+    return size < 0 ? last_error() : code_of(symlinkat(target.data(), to.folder, to.name));
+}
+
+std::string read_all(int file, std::size_t expected_size, const std::string& path) {
     std::string bytes(expected_size + 1, '\0'); // one more, so that the end is found at once
     for (std::size_t size = 0;;) {
-        const auto count = uninterrupted(
-            [&] { return ::read(descriptor, bytes.data() + size, bytes.size() - size); });
+        const auto count =
+            uninterrupted([&] { return ::read(file, bytes.data() + size, bytes.size() - size); });
         if (count < 0)
             throw tree_error("read", path, last_error());
         if (count == 0) {
@@ -97,10 +115,9 @@ std::string read_all(int descriptor, std::size_t expected_size, const std::strin
     }
 }
 
-// Returns no file, with errno set, on failure.
-Descriptor open_directory(int directory, const std::string& name, int flags = 0) {
-    const int all_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags;
-    return Descriptor(uninterrupted([&] { return openat(directory, name.c_str(), all_flags); }));
+std::string_view folder_of(std::string_view name) noexcept {
+    const auto separator = name.rfind('/');
+    return name.substr(0, separator == std::string_view::npos ? 0 : separator);
 }
 
 // Makes a directory and its parents. A new name is durable once the directory that has it is.
@@ -115,10 +132,10 @@ void make_durable_directory(const std::string& path) {
             throw tree_error("create", path, last_error());
     }
     const std::string parent = parent_of(path).empty() ? "." : parent_of(path);
-    const Descriptor opened = open_directory(AT_FDCWD, parent);
-    if (opened.number() < 0)
+    const Descriptor opened = open_directory(AT_FDCWD, parent.c_str());
+    if (!opened.is_open())
         throw tree_error("open", parent, last_error());
-    flush_descriptor(opened.number(), parent);
+    require(flush_descriptor(opened.number()), "flush", parent);
 }
 
 } // namespace
@@ -130,6 +147,21 @@ std::string parent_of(const std::string& path) {
     return path.substr(0, separator == 0 ? 1 : separator);
 }
 
+void require(const std::error_code& code, const char* operation, const std::string& path) {
+    if (code)
+        throw tree_error(operation, path, code);
+}
+
+std::error_code flush_descriptor(int descriptor) noexcept {
+    return code_of(uninterrupted([&] { return fsync(descriptor); }));
+}
+
+bool is_for_lack_of_links(const std::error_code& code) noexcept {
+    const int error = code.value();
+    return error == EPERM || error == EMLINK || error == EXDEV || error == ENOTSUP ||
+           error == ENOSYS;
+}
+
 Descriptor::Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -138,7 +170,7 @@ Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
 }
 
 Descriptor::~Descriptor() {
-    static_cast<void>(close());
+    close();
 }
 
 bool Descriptor::close() noexcept {
@@ -150,51 +182,199 @@ int Descriptor::release() noexcept {
     return std::exchange(number_, -1);
 }
 
-Directory::Directory(Descriptor descriptor, std::string path)
-    : descriptor_(std::move(descriptor)),
-      path_(std::move(path)) {}
+std::error_code Place::look(FileStatus& status) const noexcept {
+    struct stat found {};
+    status = {};
+    if (fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? std::error_code() : last_error();
+    status.type = type_of(found.st_mode);
+    status.size = static_cast<std::uint64_t>(found.st_size);
+    status.device = found.st_dev;
+    status.inode = found.st_ino;
+    status.modified = std::int64_t(found.st_mtim.tv_sec) * 1'000'000'000 + found.st_mtim.tv_nsec;
+    status.permissions = found.st_mode & 0777U;
+    status.owner = found.st_uid;
+    status.group = found.st_gid;
+    return {};
+}
 
-Directory Directory::create(const std::string& path) {
-    if (auto directory = open(path))
+std::error_code Place::link_to(const Place& other) const noexcept {
+    return code_of(linkat(folder, name, other.folder, other.name, 0));
+}
+
+std::error_code Place::copy_to(const Place& other) const noexcept {
+    FileStatus status;
+    if (const auto code = look(status))
+        return code;
+    if (status.type == FileStatus::Type::link)
+        return copy_link(*this, other);
+    const Descriptor from = open_at(folder, name, O_RDONLY | O_NOFOLLOW);
+    if (!from.is_open())
+        return last_error();
+    Descriptor to = open_at(other.folder, other.name, O_WRONLY | O_CREAT | O_EXCL, 0666);
+    if (!to.is_open())
+        return last_error();
+    auto code = make_like(to.number(), status);
+    if (!code)
+        code = read_pieces(from.number(),
+                           [&](std::string_view bytes) { return write_all(to.number(), bytes); });
+    if (!code)
+        code = flush_descriptor(to.number());
+    return code;
+}
+
+std::error_code Place::rename_to(const Place& other) const noexcept {
+    return code_of(renameat(folder, name, other.folder, other.name));
+}
+
+std::error_code Place::remove() const noexcept {
+    const auto code = code_of(unlinkat(folder, name, 0));
+    return code.value() == ENOENT ? std::error_code() : code;
+}
+
+std::error_code Place::remove_folder() const noexcept {
+    const auto code = code_of(unlinkat(folder, name, AT_REMOVEDIR));
+    return code.value() == ENOENT ? std::error_code() : code;
+}
+
+std::error_code Place::flush() const noexcept {
+    FileStatus status;
+    auto code = look(status);
+    if (code || status.type != FileStatus::Type::regular)
+        return code;
+    const Descriptor file = open_at(folder, name, O_RDONLY | O_NOFOLLOW);
+    return file.is_open() ? flush_descriptor(file.number()) : last_error();
+}
+
+std::error_code Place::compare(std::uint64_t size, const Digest& digest,
+                               bool& is_equal) const noexcept {
+    is_equal = false;
+    FileStatus status;
+    if (const auto code = look(status))
+        return code;
+    if (status.type != FileStatus::Type::regular || status.size != size)
+        return {};
+    const Descriptor file = open_at(folder, name, O_RDONLY | O_NOFOLLOW);
+    if (!file.is_open())
+        return last_error();
+    Sha256 sum;
+    const auto code = read_pieces(file.number(), [&](std::string_view bytes) {
+        sum.add(bytes);
+        return std::error_code();
+    });
+    is_equal = !code && sum.digest() == digest;
+    return code;
+}
+
+std::error_code write_new(const Place& place, std::string_view bytes, const FileStatus* replaced,
+                          bool starts_writing) noexcept {
+    Descriptor file =
+        open_at(place.folder, place.name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
+    if (!file.is_open())
+        return last_error();
+    if (replaced != nullptr)
+        if (const auto code = make_like(file.number(), *replaced))
+            return code;
+    if (const auto code = write_all(file.number(), bytes))
+        return code;
+    if (starts_writing) // a help for the flush, which reports what fails
+        static_cast<void>(sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE) == 0);
+    return file.close() ? std::error_code() : last_error(); // which may say that the disk is full
+}
+
+std::error_code Folders::find(std::string_view name, Missing missing, Place& place) noexcept {
+    if (name.size() >= name_.size())
+        return {ENAMETOOLONG, std::system_category()};
+    if (!is_open(name))
+        if (const auto code = open(folder_of(name), missing))
+            return code;
+    const std::size_t leaf = opened_ == 0 ? 0 : opened_ + 1;
+    name_[name.copy(name_.data(), name_.size() - 1)] = '\0';
+    place = {number(), &name_[leaf]};
+    return {};
+}
+
+bool Folders::is_open(std::string_view name) const noexcept {
+    return folder_of(name) == std::string_view(name_.data(), opened_);
+}
+
+int Folders::number() const noexcept {
+    return folder_.is_open() ? folder_.number() : top_;
+}
+
+void Folders::close() noexcept {
+    folder_.close();
+    opened_ = 0;
+}
+
+// One component after the other: the system follows links in all but the last.
+std::error_code Folders::open(std::string_view folder, Missing missing) noexcept {
+    close();
+    name_[folder.copy(name_.data(), name_.size() - 1)] = '\0';
+    for (std::size_t begin = 0; begin < folder.size();) {
+        const std::size_t end = std::min(folder.find('/', begin), folder.size());
+        name_[end] = '\0';
+        const char* const component = &name_[begin];
+        const bool may_be_link =
+            begin == 0 && followed_ != nullptr && std::string_view(component) == followed_;
+        const int flags = may_be_link ? 0 : O_NOFOLLOW;
+        Descriptor next = open_directory(number(), component, flags);
+        if (!next.is_open() && errno == ENOENT && missing == Missing::is_created &&
+            (mkdirat(number(), component, 0777) == 0 || errno == EEXIST))
+            next = open_directory(number(), component, flags);
+        if (!next.is_open())
+            return last_error();
+        folder_ = std::move(next);
+        opened_ = end;
+        name_[end] = '/';
+        begin = end + 1;
+    }
+    return {};
+}
+
+Directory::Directory(Descriptor descriptor, std::string path, const char* followed)
+    : descriptor_(std::move(descriptor)),
+      path_(std::move(path)),
+      followed_(followed),
+      folders_(descriptor_.number(), followed) {}
+
+Directory Directory::create(const std::string& path, const char* followed) {
+    if (auto directory = open(path, followed))
         return std::move(*directory);
     make_durable_directory(path);
-    if (auto directory = open(path))
+    if (auto directory = open(path, followed))
         return std::move(*directory);
     throw tree_error("open", path, std::error_code(ENOENT, std::system_category()));
 }
 
-std::optional<Directory> Directory::open(const std::string& path) {
-    Descriptor descriptor = open_directory(AT_FDCWD, path.empty() ? "." : path);
-    if (descriptor.number() >= 0)
-        return Directory(std::move(descriptor), path);
+std::optional<Directory> Directory::open(const std::string& path, const char* followed) {
+    Descriptor descriptor = open_directory(AT_FDCWD, path.empty() ? "." : path.c_str());
+    if (descriptor.is_open())
+        return Directory(std::move(descriptor), path, followed);
     if (errno == ENOENT)
         return std::nullopt;
     throw tree_error("open", path, last_error());
 }
 
-// One component after the other: the system follows links in all but the last.
 Directory Directory::subdirectory(const std::string& name) const {
-    if (name.size() >= PATH_MAX)
-        throw tree_error("open", path_of(name),
-                         std::error_code(ENAMETOOLONG, std::system_category()));
-    Descriptor descriptor = open_directory(descriptor_.number(), ".");
-    for (std::size_t begin = 0; begin < name.size() && descriptor.number() >= 0;) {
-        const std::size_t end = std::min(name.find('/', begin), name.size());
-        if (end > begin)
-            descriptor =
-                open_directory(descriptor.number(), name.substr(begin, end - begin), O_NOFOLLOW);
-        begin = end + 1;
-    }
-    if (descriptor.number() < 0)
+    Place place;
+    Folders folders(number(), followed_);
+    require(folders.find(name + "/.", Folders::Missing::is_error, place), "open", path_of(name));
+    Descriptor descriptor = open_directory(place.folder, place.name);
+    if (!descriptor.is_open())
         throw tree_error("open", path_of(name), last_error());
-    return {std::move(descriptor), path_of(name)};
+    return {std::move(descriptor), path_of(name), nullptr};
 }
 
-Directory Directory::followed_subdirectory(const std::string& name) const {
-    Descriptor descriptor = open_directory(descriptor_.number(), name.empty() ? "." : name);
-    if (descriptor.number() < 0)
-        throw tree_error("open", path_of(name), last_error());
-    return {std::move(descriptor), path_of(name)};
+Directory Directory::make_subdirectory(const std::string& name) const {
+    require(code_of(mkdirat(number(), name.c_str(), 0777)), "create", path_of(name));
+    return subdirectory(name);
+}
+
+Descriptor Directory::duplicate() const {
+    Descriptor descriptor(fcntl(number(), F_DUPFD_CLOEXEC, 0));
+    require(code_of(descriptor.number()), "open", path_);
+    return descriptor;
 }
 
 std::string Directory::path_of(const std::string& name) const {
@@ -202,147 +382,104 @@ std::string Directory::path_of(const std::string& name) const {
     return path_ + (is_joined ? "" : "/") + name;
 }
 
-std::optional<FileStatus> Directory::status(const std::string& name) const {
-    return status_at(descriptor_.number(), name, path_of(name), 0);
+std::optional<Place> Directory::find(const std::string& name) const {
+    Place place;
+    const auto code = folders_.find(name, Folders::Missing::is_error, place);
+    if (code.value() == ENOENT)
+        return std::nullopt;
+    require(code, "look at", path_of(name));
+    return place;
 }
 
-std::optional<FileStatus> Directory::link_status(const std::string& name) const {
-    return status_at(descriptor_.number(), name, path_of(name), AT_SYMLINK_NOFOLLOW);
+FileStatus Directory::status(const std::string& name) const {
+    FileStatus status;
+    if (const auto place = find(name))
+        require(place->look(status), "look at", path_of(name));
+    return status;
 }
 
-void Directory::require_writable(const std::string& name) const {
-    const std::string path = name.empty() ? "." : name;
-    if (faccessat(descriptor_.number(), path.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
-        throw tree_error("write to", path_of(name), last_error());
+bool Directory::has(const std::string& name) const {
+    return status(name).type != FileStatus::Type::nothing;
 }
 
-std::vector<std::string> Directory::names() const {
+std::vector<Directory::Entry> Directory::entries() const {
     // Opened anew, because the stream takes the descriptor over, with its position.
-    Descriptor descriptor = open_directory(descriptor_.number(), ".");
-    if (descriptor.number() < 0)
+    Descriptor descriptor = open_directory(number(), ".");
+    if (!descriptor.is_open())
         throw tree_error("open", path_, last_error());
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(descriptor.number()), closedir);
     if (!stream)
         throw tree_error("read", path_, last_error());
     descriptor.release();
-    std::vector<std::string> names;
+    std::vector<Entry> entries;
     for (;;) {
         errno = 0;
-        const dirent* const entry = readdir(stream.get());
-        if (entry == nullptr && errno != 0)
+        const dirent* const found = readdir(stream.get());
+        if (found == nullptr && errno != 0)
             throw tree_error("read", path_, last_error());
-        if (entry == nullptr)
-            return names;
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..")
-            names.emplace_back(name);
+        if (found == nullptr)
+            return entries;
+        const std::string_view name = found->d_name;
+        if (name == "." || name == "..")
+            continue;
+        bool is_folder = found->d_type == DT_DIR;
+        if (found->d_type == DT_UNKNOWN) { // some file systems do not say
+            FileStatus status;
+            require(Place{number(), found->d_name}.look(status), "look at",
+                    path_of(std::string(name)));
+            is_folder = status.type == FileStatus::Type::directory;
+        }
+        entries.push_back({std::string(name), is_folder});
     }
 }
 
 std::optional<std::string> Directory::read(const std::string& name) const {
-    // Without O_NONBLOCK, opening a FIFO would wait for another process.
-    Descriptor file(uninterrupted([&] {
-        return openat(descriptor_.number(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    }));
-    if (file.number() < 0) {
-        if (errno == ENOENT && !link_status(name))
+    const auto place = find(name);
+    if (!place)
+        return std::nullopt;
+    const Descriptor file = open_at(place->folder, place->name, O_RDONLY | O_NOFOLLOW);
+    if (!file.is_open()) {
+        if (errno == ENOENT)
             return std::nullopt;
+        if (errno == ELOOP)
+            throw tree_error("open", path_of(name), "This is a symbolic link.");
         throw tree_error("open", path_of(name), last_error());
     }
-    return read_all(file.number(), regular_size(file.number(), path_of(name)), path_of(name));
+    struct stat found {};
+    require(code_of(fstat(file.number(), &found)), "look at", path_of(name));
+    if (!S_ISREG(found.st_mode))
+        throw tree_error("open", path_of(name), "This is not a regular file.");
+    return read_all(file.number(), static_cast<std::size_t>(found.st_size), path_of(name));
 }
 
-Descriptor Directory::open_lock(const std::string& name) const {
-    Descriptor file(uninterrupted([&] {
-        return openat(descriptor_.number(), name.c_str(),
-                      O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0666);
-    }));
-    if (file.number() < 0)
-        throw tree_error("open", path_of(name), last_error());
-    static_cast<void>(regular_size(file.number(), path_of(name)));
-    return file;
+bool Directory::matches(const std::string& name, std::uint64_t size, const Digest& digest) const {
+    bool is_equal = false;
+    if (const auto place = find(name))
+        require(place->compare(size, digest, is_equal), "read", path_of(name));
+    return is_equal;
 }
 
-void Directory::write_new(const std::string& name, std::string_view bytes,
-                          const std::optional<FileStatus>& replaced) const {
-    const auto open_new = [&] {
-        return openat(descriptor_.number(), name.c_str(),
-                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-    };
-    Descriptor file(uninterrupted(open_new));
-    if (file.number() < 0 && errno == ENOENT) {
-        make_parents(name);
-        file = Descriptor(uninterrupted(open_new));
-    }
-    if (file.number() < 0)
-        throw tree_error("create", path_of(name), last_error());
-    if (replaced) {
-        // Only a privileged process may give a file away, so that this may fail. It may also clear
-        // permissions, which are therefore set after it.
-        if (replaced->owner != geteuid() || replaced->group != getegid())
-            static_cast<void>(fchown(file.number(), replaced->owner, replaced->group) == 0);
-        if (fchmod(file.number(), replaced->mode) != 0)
-            throw tree_error("set the mode of", path_of(name), last_error());
-    }
-    write_all(file.number(), bytes, path_of(name));
-    if (!file.close()) // where some file systems report that the disk is full
-        throw tree_error("close", path_of(name), last_error());
-}
-
-void Directory::link_or_copy(const std::string& name, const std::string& link) const {
-    const int here = descriptor_.number();
-    make_parents(link);
-    if (linkat(here, name.c_str(), here, link.c_str(), AT_SYMLINK_FOLLOW) == 0)
-        return;
-    const bool has_no_links =
-        errno == EPERM || errno == EMLINK || errno == EXDEV || errno == ENOTSUP || errno == ENOSYS;
-    if (!has_no_links)
-        throw tree_error("link", path_of(name), last_error());
-    if (const auto bytes = read(name))
-        write_new(link, *bytes, status(name));
-}
-
-void Directory::make_directory(const std::string& name) const {
-    if (mkdirat(descriptor_.number(), name.c_str(), 0777) != 0)
-        throw tree_error("create", path_of(name), last_error());
-}
-
-void Directory::make_parents(const std::string& name) const {
-    const std::string parent = parent_of(name);
-    if (parent.empty() || mkdirat(descriptor_.number(), parent.c_str(), 0777) == 0 ||
-        errno == EEXIST)
-        return;
-    if (errno != ENOENT)
-        throw tree_error("create", path_of(parent), last_error());
-    make_parents(parent);
-    make_directory(parent);
-}
-
-void Directory::rename(const std::string& from, const Directory& to_directory,
-                       const std::string& to) const {
-    if (renameat(descriptor_.number(), from.c_str(), to_directory.descriptor_.number(),
-                 to.c_str()) != 0)
-        throw tree_error("rename", path_of(from), last_error());
-}
-
-void Directory::remove_file(const std::string& name) const {
-    if (unlinkat(descriptor_.number(), name.c_str(), 0) != 0 && errno != ENOENT)
-        throw tree_error("remove", path_of(name), last_error());
-}
-
-void Directory::remove_tree(const std::string& name) const {
-    const auto found = link_status(name);
-    if (!found || found->type != FileStatus::Type::directory)
-        return remove_file(name);
+void Directory::remove_tree(const std::string& name,
+                            const std::function<void()>& on_removal) const {
+    const Place top = {number(), name.c_str()};
+    FileStatus status;
+    require(top.look(status), "look at", path_of(name));
+    if (status.type != FileStatus::Type::directory)
+        return require(top.remove(), "remove", path_of(name));
     std::vector<std::string> folders = folders_at(name);
     for (; !folders.empty(); folders.pop_back()) {
         const Directory folder = subdirectory(folders.back());
-        for (const std::string& child : folder.names())
-            folder.remove_file(child);
-        const Directory parent = subdirectory(parent_of(folders.back()));
-        const std::string doomed = folders.back().substr(folders.back().rfind('/') + 1);
-        if (unlinkat(parent.descriptor_.number(), doomed.c_str(), AT_REMOVEDIR) != 0)
-            throw tree_error("remove", path_of(folders.back()), last_error());
+        for (const Entry& child : folder.entries()) {
+            require(Place{folder.number(), child.name.c_str()}.remove(), "remove",
+                    folder.path_of(child.name));
+            if (on_removal)
+                on_removal();
+        }
+        Folders parents(number());
+        Place doomed;
+        require(parents.find(folders.back(), Folders::Missing::is_error, doomed), "open",
+                path_of(folders.back()));
+        require(doomed.remove_folder(), "remove", path_of(folders.back()));
     }
 }
 
@@ -350,80 +487,27 @@ void Directory::remove_tree(const std::string& name) const {
 // that they may be nested as deeply as the system allows.
 std::vector<std::string> Directory::folders_at(const std::string& name) const {
     std::vector<std::string> folders = {name};
-    for (std::size_t index = 0; index < folders.size(); ++index) {
-        const Directory folder = subdirectory(folders[index]);
-        for (const std::string& child : folder.names()) {
-            const auto found = folder.link_status(child);
-            if (found && found->type == FileStatus::Type::directory)
-                folders.push_back(folders[index] + '/' + child);
-        }
-    }
+    for (std::size_t index = 0; index < folders.size(); ++index)
+        for (const Entry& child : subdirectory(folders[index]).entries())
+            if (child.is_folder)
+                folders.push_back(folders[index] + '/' + child.name);
     return folders;
 }
 
 void Directory::flush() const {
-    flush_descriptor(descriptor_.number(), path_);
+    require(flush_descriptor(number()), "flush", path_);
 }
 
-void Directory::flush_all(const std::string& name) const {
-    if (uninterrupted([&] { return syncfs(descriptor_.number()); }) == 0)
-        return;
-    if (errno != ENOSYS)
-        throw tree_error("flush", path_of(name), last_error());
-    for (const std::string& folder : folders_at(name))
-        subdirectory(folder).flush_files();
-    flush();
+void Directory::flush_folders() const {
+    for (const std::string& name : folders_at("."))
+        subdirectory(name).flush();
 }
 
-void Directory::flush_files() const {
-    for (const std::string& name : names()) {
-        const auto found = link_status(name);
-        if (found && found->type == FileStatus::Type::directory)
-            continue;
-        const Descriptor file(uninterrupted([&] {
-            return openat(descriptor_.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-        }));
-        if (file.number() < 0)
-            throw tree_error("open", path_of(name), last_error());
-        flush_descriptor(file.number(), path_of(name));
-    }
-    flush();
-}
-
-namespace {
-
-// A process that has just taken the lock may not have left its number yet.
-std::int64_t owner_of(int lock) {
-    std::array<char, 24> text{};
-    const auto size = pread(lock, text.data(), text.size(), 0);
-    std::int64_t process = 0;
-    if (size > 0)
-        std::from_chars(text.data(), text.data() + size, process);
-    return process;
-}
-
-// Only a help for those who wait, so that a failure does not matter.
-void leave_owner(int lock) {
-    const std::string text = std::to_string(getpid()) + '\n';
-    if (ftruncate(lock, 0) == 0)
-        static_cast<void>(pwrite(lock, text.data(), text.size(), 0) > 0);
-}
-
-} // namespace
-
-FileLock::FileLock(const Directory& directory, const std::string& name, const Observer& on_wait) {
-    const std::string path = directory.path_of(name);
-    descriptor_ = directory.open_lock(name);
-    const int lock = descriptor_.number();
-    if (uninterrupted([&] { return flock(lock, LOCK_EX | LOCK_NB); }) != 0) {
-        if (errno != EWOULDBLOCK)
-            throw tree_error("lock", path, last_error());
-        if (on_wait)
-            on_wait(owner_of(lock));
-        if (uninterrupted([&] { return flock(lock, LOCK_EX); }) != 0)
-            throw tree_error("lock", path, last_error());
-    }
-    leave_owner(lock);
+bool Directory::flush_file_system() const {
+    const auto code = code_of(uninterrupted([&] { return syncfs(number()); }));
+    if (code.value() != ENOSYS)
+        require(code, "flush", path_);
+    return !code;
 }
 
 } // namespace install::tree

@@ -1,13 +1,18 @@
 // Files and directories of an install tree, with every result looked at. All that depends on the
-// platform is in file_system.cpp.
+// platform is in file_system.cpp and lock.cpp. Below appdata no symbolic link is followed but that
+// of the directory of the documents.
 
 #pragma once
 
+#include "install/tree/digest.hpp"
+
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace install::tree {
@@ -16,14 +21,15 @@ namespace install::tree {
 class Descriptor {
 public:
     Descriptor() = default;
-    explicit Descriptor(int number) : number_(number) {}
+    explicit Descriptor(int number) noexcept : number_(number) {}
     Descriptor(Descriptor&& other) noexcept;
     Descriptor& operator=(Descriptor&& other) noexcept;
     ~Descriptor();
 
     [[nodiscard]] int number() const noexcept { return number_; }
+    [[nodiscard]] bool is_open() const noexcept { return number_ >= 0; }
     // Closes it now. Returns false, with errno set, if that reports an error.
-    [[nodiscard]] bool close() noexcept;
+    bool close() noexcept;
     // Gives the file to the caller, who closes it.
     int release() noexcept;
 
@@ -37,94 +43,158 @@ private:
 
 // What is at a name.
 struct FileStatus {
-    enum class Type { regular, directory, other };
+    enum class Type { nothing, regular, directory, link, other };
 
-    Type type = Type::other;
-    std::uint64_t size = 0;   // in bytes
-    std::uint64_t device = 0; // file systems have different ones
-    std::uint32_t mode = 0;   // the permissions
+    Type type = Type::nothing;
+    std::uint64_t size = 0; // in bytes
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;       // with the device, which file it is
+    std::int64_t modified = 0;     // in nanoseconds
+    std::uint32_t permissions = 0; // of the owner, the group and others
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
+
+    [[nodiscard]] bool is_same_file(const FileStatus& other) const noexcept {
+        return device == other.device && inode == other.inode;
+    }
+};
+
+// A name in an open folder. What a place is used for neither throws nor takes memory, so that a
+// change can be taken back whatever is exhausted.
+struct Place {
+    int folder = -1;
+    const char* name = nullptr;
+
+    // Nothing at the place is no error.
+    [[nodiscard]] std::error_code look(FileStatus& status) const noexcept;
+    // Makes `other` another name of the file here.
+    [[nodiscard]] std::error_code link_to(const Place& other) const noexcept;
+    // Makes `other` a copy of the file here, or of the link, with permissions and, where that is
+    // allowed, owner and group.
+    [[nodiscard]] std::error_code copy_to(const Place& other) const noexcept;
+    [[nodiscard]] std::error_code rename_to(const Place& other) const noexcept;
+    // Removes the file, or the empty folder. Nothing at the place is no error.
+    [[nodiscard]] std::error_code remove() const noexcept;
+    [[nodiscard]] std::error_code remove_folder() const noexcept;
+    // Makes the bytes of a regular file durable.
+    [[nodiscard]] std::error_code flush() const noexcept;
+    // Compares the regular file here with a size and a digest.
+    [[nodiscard]] std::error_code compare(std::uint64_t size, const Digest& digest,
+                                          bool& is_equal) const noexcept;
+};
+
+// Makes the names in a folder, or the bytes of a file, durable.
+[[nodiscard]] std::error_code flush_descriptor(int descriptor) noexcept;
+
+// Whether a file system, or the user's rights, may allow a copy where a link failed so.
+[[nodiscard]] bool is_for_lack_of_links(const std::error_code& code) noexcept;
+
+// Finds the places of names below an open folder, opening one component after the other. The folder
+// of the last name stays open, as names that follow each other are mostly in the same one. Neither
+// throws nor takes memory.
+class Folders {
+public:
+    enum class Missing { is_error, is_created };
+
+    // Does not own `top`. The first component `followed` may be a symbolic link.
+    explicit Folders(int top, const char* followed = nullptr) noexcept
+        : top_(top),
+          followed_(followed) {}
+
+    // Leaves the place of `name`, which is valid until the next call.
+    [[nodiscard]] std::error_code find(std::string_view name, Missing missing,
+                                       Place& place) noexcept;
+    // Whether the folder of `name` is the one that is open.
+    [[nodiscard]] bool is_open(std::string_view name) const noexcept;
+    // Returns the open folder.
+    [[nodiscard]] int number() const noexcept;
+    // Returns the length of that part of the last name of which the folder is open.
+    [[nodiscard]] std::size_t opened() const noexcept { return opened_; }
+    void close() noexcept;
+
+private:
+    std::error_code open(std::string_view folder, Missing missing) noexcept;
+
+    int top_;
+    const char* followed_;
+    Descriptor folder_;
+    std::size_t opened_ = 0;        // of the folder's name, which is the beginning of name_
+    std::array<char, 4096> name_{}; // as long as the system allows
 };
 
 // An open directory. Names are relative to it and may have several components; the directory may be
 // renamed meanwhile. Names and paths are in the encoding of the file system. All operations throw
-// tree_error with the path of the file.
+// tree_error with the path of the file. Not for several threads at once.
 class Directory {
 public:
     // Opens the directory at `path`, which is created, and made durable, with all its parents if it
-    // does not exist. An empty path names the current directory.
-    [[nodiscard]] static Directory create(const std::string& path);
+    // does not exist. An empty path names the current directory. The first component `followed` of
+    // a name may be a symbolic link.
+    [[nodiscard]] static Directory create(const std::string& path, const char* followed = nullptr);
     // Opens the directory at `path` if it exists.
-    [[nodiscard]] static std::optional<Directory> open(const std::string& path);
-    // Opens the directory `name`, following no symbolic link in any part of the name.
+    [[nodiscard]] static std::optional<Directory> open(const std::string& path,
+                                                       const char* followed = nullptr);
+    // Opens the directory `name`.
     [[nodiscard]] Directory subdirectory(const std::string& name) const;
-    // The same, following symbolic links, which the user of the tree has put there.
-    [[nodiscard]] Directory followed_subdirectory(const std::string& name) const;
+    // Creates the directory `name`, which must not exist, and opens it.
+    [[nodiscard]] Directory make_subdirectory(const std::string& name) const;
 
+    [[nodiscard]] int number() const noexcept { return descriptor_.number(); }
+    // Returns another descriptor of the directory, which keeps room for one.
+    [[nodiscard]] Descriptor duplicate() const;
+    [[nodiscard]] Folders folders() const noexcept { return Folders(number(), followed_); }
     [[nodiscard]] std::string path_of(const std::string& name) const;
 
-    // Returns what is at `name`, or at the end of a symbolic link there; nothing if there is none.
-    [[nodiscard]] std::optional<FileStatus> status(const std::string& name) const;
-    // The same for the link itself.
-    [[nodiscard]] std::optional<FileStatus> link_status(const std::string& name) const;
-    // Throws if this process may not create and remove files in the directory `name`.
-    void require_writable(const std::string& name) const;
-    // Returns the names in the directory, in no order.
-    [[nodiscard]] std::vector<std::string> names() const;
+    // Returns what is at `name`.
+    [[nodiscard]] FileStatus status(const std::string& name) const;
+    [[nodiscard]] bool has(const std::string& name) const;
+
+    struct Entry {
+        std::string name;
+        bool is_folder = false;
+    };
+    // Returns what is in the directory, in no order.
+    [[nodiscard]] std::vector<Entry> entries() const;
 
     // Returns the bytes of the regular file `name`; nothing if there is none. Nothing else is
     // opened.
     [[nodiscard]] std::optional<std::string> read(const std::string& name) const;
-    // Creates the file `name`, which must not exist, with missing parents. It gets the permissions
-    // of `replaced`, and its owner where that is allowed.
-    void write_new(const std::string& name, std::string_view bytes,
-                   const std::optional<FileStatus>& replaced) const;
-    // Makes `link` another name of the file `name`; a copy where the file system has no such links.
-    void link_or_copy(const std::string& name, const std::string& link) const;
-    // Opens the regular file `name` for a lock; creates it, and follows no link.
-    [[nodiscard]] Descriptor open_lock(const std::string& name) const;
-    // Creates the directory `name`, which must not exist.
-    void make_directory(const std::string& name) const;
-    // Creates the directories that the path `name` goes through and that do not exist.
-    void make_parents(const std::string& name) const;
 
-    // Renames a file or a directory.
-    void rename(const std::string& from, const Directory& to_directory,
-                const std::string& to) const;
-    // Removes the file `name` unless it does not exist.
-    void remove_file(const std::string& name) const;
-    // Removes whatever is at `name`, following no link, unless nothing is.
-    void remove_tree(const std::string& name) const;
+    // Whether the regular file `name` has a size and a digest.
+    [[nodiscard]] bool matches(const std::string& name, std::uint64_t size,
+                               const Digest& digest) const;
+
+    // Removes whatever is at `name`, unless nothing is. Calls `on_removal` after each file.
+    void remove_tree(const std::string& name,
+                     const std::function<void()>& on_removal = nullptr) const;
 
     // Makes the names in this directory durable.
     void flush() const;
-    // Makes everything durable that was written to the file system of this directory; where that is
-    // not possible, everything below `name`.
-    void flush_all(const std::string& name) const;
+    // The same for all directories below, too.
+    void flush_folders() const;
+    // Makes everything durable that was written to the file system of this directory. Returns false
+    // where the system cannot.
+    [[nodiscard]] bool flush_file_system() const;
 
 private:
-    Directory(Descriptor descriptor, std::string path);
+    Directory(Descriptor descriptor, std::string path, const char* followed);
+    // Returns the place of a name; nothing if one of its folders does not exist.
+    [[nodiscard]] std::optional<Place> find(const std::string& name) const;
     [[nodiscard]] std::vector<std::string> folders_at(const std::string& name) const;
-    void flush_files() const;
 
     Descriptor descriptor_;
     std::string path_;
+    const char* followed_;
+    mutable Folders folders_;
 };
 
-// A lock that one process, and one object of it, can hold at a time. Released by the destructor,
-// and by the system when the process dies.
-class FileLock {
-public:
-    // Calls the argument, once, with the process that holds the lock; 0 if that is not known.
-    using Observer = std::function<void(std::int64_t process)>;
+// Throws tree_error for `path` if there is an error.
+void require(const std::error_code& code, const char* operation, const std::string& path);
 
-    // Waits for the lock of `directory`, the file `name`, which is created and stays. It is never
-    // followed through a link.
-    FileLock(const Directory& directory, const std::string& name, const Observer& on_wait);
-
-private:
-    Descriptor descriptor_;
-};
+// Creates a file, which must not exist, and writes `bytes`. It gets the permissions of `replaced`,
+// and its owner and its group where that is allowed. `starts_writing` lets the disk begin at once,
+// for a flush that follows soon. Returns the first failure.
+[[nodiscard]] std::error_code write_new(const Place& place, std::string_view bytes,
+                                        const FileStatus* replaced, bool starts_writing) noexcept;
 
 } // namespace install::tree

@@ -1,11 +1,18 @@
 #include "install/tree/health.hpp"
 
+#include "install/tree/change/recovery.hpp"
+#include "install/tree/exhausted_memory.hpp"
 #include "install/tree/found/entries.hpp"
 #include "install/tree/found/found_tree.hpp"
+#include "install/tree/found/receipted.hpp"
 #include "install/tree/in_quotes.hpp"
 #include "install/tree/layout.hpp"
+#include "install/tree/lock.hpp"
 #include "install/tree_names.hpp"
 
+#include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
 namespace install::tree {
@@ -18,44 +25,62 @@ using Kind = Fault::Kind;
 // Compares the files of a tree with each other, and collects what it finds.
 class Inspection {
 public:
-    explicit Inspection(const FoundTree& tree) : tree_(tree) {}
+    Inspection(const FoundTree& tree, const InspectOptions& options)
+        : tree_(tree),
+          options_(options) {
+        health_.listing = tree.shared.listing();
+    }
 
     Health run() {
         inspect_leftovers();
         inspect_shared_file(tree_.shared.record);
         inspect_record();
         inspect_shared_file(tree_.shared.contents);
+        if (!tree_.shared.receipts.is(SharedFile::State::missing)) // serialize leaves none
+            inspect_shared_file(tree_.shared.receipts);
         for (const auto& [key, value] : tree_.shared.contents.members)
             inspect_member(key, value);
         health_.problems.insert(health_.problems.end(), tree_.documents.faults.begin(),
                                 tree_.documents.faults.end());
         inspect_documents();
-        health_.listing = tree_.shared.listing();
+        inspect_texts();
+        inspect_readers();
         return std::move(health_);
     }
 
 private:
     void add_problem(Kind kind, const std::string& name, const std::string& text) {
-        health_.problems.push_back({kind, tree_.appdata.path_of(name), text});
+        health_.problems.push_back({kind, tree_.view.path_of(name), text});
     }
 
+    void add_note(Kind kind, const std::string& name, const std::string& text) {
+        health_.notes.push_back({kind, tree_.view.path_of(name), text});
+    }
+
+    // A change that is under way holds the lock.
     void inspect_leftovers() {
-        for (const auto leftover : {tree_names::staging, tree_names::commit})
-            if (const std::string name(leftover); tree_.appdata.link_status(name))
-                add_problem(
-                    Kind::interrupted, name,
-                    "Unless a change is under way, one was interrupted here. The next change, "
-                    "or a repair, finishes or drops it.");
+        const Directory& appdata = tree_.view.appdata();
+        if (const auto& fault = tree_.view.fault())
+            health_.problems.push_back({Kind::unreadable, fault->path(), fault->what()});
+        if (leftover_in(appdata) == Leftover::none || is_locked(appdata))
+            return;
+        const Leftover leftover = leftover_in(appdata);
+        if (leftover == Leftover::taken_back)
+            add_problem(Kind::interrupted, std::string(tree_names::undo),
+                        "A change was interrupted here. The next one, or a repair, takes it back.");
+        else if (leftover == Leftover::dropped)
+            add_problem(Kind::interrupted, std::string(tree_names::staging),
+                        "A change was interrupted here before it began, or after its end. The next "
+                        "one, or a repair, drops what it left.");
     }
 
     void inspect_shared_file(const SharedFile& file) {
         if (auto fault = file.fault())
             health_.problems.push_back(std::move(*fault));
         else if (file.text.find_first_not_of(" \t\r\n", file.diagnosis.offset) != std::string::npos)
-            health_.notes.push_back({Kind::trailing_bytes, file.path,
-                                     "After the object come " +
-                                         std::to_string(file.diagnosis.ignored_bytes) +
-                                         " bytes, which the next write drops."});
+            add_note(Kind::trailing_bytes, file.name,
+                     "After the object come " + std::to_string(file.diagnosis.ignored_bytes) +
+                         " bytes, which the next write drops.");
     }
 
     void inspect_record() {
@@ -90,14 +115,14 @@ private:
             add_problem(Kind::other_key, tree_.shared.contents.name,
                         "The entry " + in_quotes(key) + " lists " + in_quotes(path) +
                             ", which has the key of another product.");
-        if (!tree_.documents.sizes.contains(*name))
+        if (!tree_.documents.files.contains(*name))
             inspect_absent(key, *name);
     }
 
     // Whatever is there instead of a document has been reported.
     void inspect_absent(const std::string& key, const std::string& name) {
         try {
-            if (!tree_.appdata.link_status(name))
+            if (tree_.view.status(name).type == FileStatus::Type::nothing)
                 add_problem(Kind::missing, name,
                             "The document is missing; the entry " + in_quotes(key) + " lists it.");
         } catch (const tree_error& error) {
@@ -107,30 +132,68 @@ private:
 
     void inspect_documents() {
         const bool is_list_whole = tree_.shared.contents.is(SharedFile::State::object);
-        for (const auto& [name, size] : tree_.documents.sizes) {
-            if (size == 0)
-                add_problem(Kind::empty, name, "The document is empty.");
+        for (const auto& [name, file] : tree_.documents.files) {
             if (tree_.is_listed(name))
                 ++health_.documents;
             else if (!is_list_whole)
                 continue;
             else if (tree_.belongs_to_entry(name))
-                health_.notes.push_back({Kind::not_listed, tree_.appdata.path_of(name),
-                                         "A document of a former selection of its product."});
+                add_note(Kind::not_listed, name,
+                         "A document of a former selection of its product.");
             else
                 add_problem(Kind::not_listed, name, "No entry lists this document.");
         }
     }
 
+    void inspect_texts() {
+        const ReceiptedDocuments receipted(health_.listing.receipts);
+        const auto& files = tree_.documents.files;
+        const bool is_observed = options_.contents && options_.on_progress;
+        const auto total = static_cast<std::size_t>(
+            is_observed ? std::ranges::count_if(
+                              files, [&](const auto& each) { return receipted.has(each.first); })
+                        : 0);
+        std::size_t done = 0;
+        for (const auto& [name, file] : files) {
+            if (is_observed && receipted.has(name))
+                options_.on_progress(done++, total);
+            if (auto fault = receipted.fault(tree_.view, name, file.size, options_.contents))
+                health_.problems.push_back(std::move(*fault));
+            else if (file.size == 0 && !receipted.has(name)) // which may be as it was written
+                add_note(Kind::empty, name, "The document is empty.");
+        }
+    }
+
+    // One note for all: there may be tens of thousands.
+    void inspect_readers() {
+        const std::uint32_t readers = tree_.shared.contents.permissions;
+        std::size_t count = 0;
+        std::string first;
+        for (const auto& [name, file] : tree_.documents.files)
+            if ((readers & ~file.readers & 0444U) != 0 && ++count == 1)
+                first = name;
+        if (count > 0)
+            add_note(Kind::fewer_readers, first,
+                     "Fewer users may read this document than may read the contents map" +
+                         (count == 1 ? std::string()
+                                     : "; in all, this holds for " + std::to_string(count)) +
+                         '.');
+    }
+
     const FoundTree& tree_;
+    const InspectOptions& options_;
     Health health_;
 };
 
 } // namespace
 
-Health inspect(const ustring& installRoot) {
-    const Directory appdata = open_tree(Layout(installRoot));
-    return Inspection(FoundTree(appdata)).run();
+Health inspect(const ustring& installRoot, const InspectOptions& options) {
+    const Layout layout(installRoot);
+    return reporting_exhausted_memory("check", layout.appdata, [&] {
+        const Directory appdata = open_tree(layout);
+        return read_committed(
+            appdata, [&](const View& view) { return Inspection(FoundTree(view), options).run(); });
+    });
 }
 
 } // namespace install::tree

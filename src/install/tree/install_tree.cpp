@@ -1,57 +1,83 @@
 #include "install/tree/install_tree.hpp"
 
 #include "install/tree/change/change.hpp"
-#include "install/tree/change/locked_tree.hpp"
+#include "install/tree/exhausted_memory.hpp"
 #include "install/tree/found/found_tree.hpp"
 #include "install/tree/layout.hpp"
 #include "install/tree/tree_error.hpp"
+#include "install/tree/view.hpp"
 
 #include <utility>
 
 namespace install::tree {
 
-InstallTree::InstallTree(ustring installRoot) : root_(std::move(installRoot)) {
+InstallTree::InstallTree(ustring installRoot, Options options)
+    : root_(std::move(installRoot)),
+      options_(std::move(options)) {
     static_cast<void>(Layout(root_)); // throws now rather than later
 }
 
-void InstallTree::on_wait(std::function<void(std::int64_t process)> observer) {
-    on_wait_ = std::move(observer);
+PreparedChange InstallTree::prepare(const Change& change) {
+    const Layout layout(root_);
+    return reporting_exhausted_memory("change", layout.appdata, [&] {
+        if (!change.write.empty() || !change.remove.empty())
+            return PreparedChange(prepare_change(layout, options_, change));
+        static_cast<void>(recover_tree(layout, options_));
+        return PreparedChange(nullptr);
+    });
+}
+
+void InstallTree::apply(const Change& change) {
+    prepare(change).commit();
 }
 
 void InstallTree::write(const std::vector<ProductSelection>& selections) {
-    const Layout layout(root_);
-    reporting_exhausted_memory(layout.appdata, [&] {
-        if (selections.empty())
-            static_cast<void>(recover_tree(layout, on_wait_));
-        else
-            write_products(layout, on_wait_, selections);
-    });
+    apply({{}, selections});
 }
 
 void InstallTree::remove(const std::vector<InstalledProduct>& products) {
-    const Layout layout(root_);
-    reporting_exhausted_memory(layout.appdata, [&] {
-        if (products.empty())
-            static_cast<void>(recover_tree(layout, on_wait_));
-        else
-            remove_products(layout, on_wait_, products);
-    });
+    apply({products, {}});
 }
 
 Listing InstallTree::list() const {
-    const SharedFiles shared(open_tree(Layout(root_)));
-    for (const SharedFile* const file : {&shared.contents, &shared.record}) {
-        file->require_readable();
-        if (file->is_damaged())
-            throw tree_error("read", file->path, file->diagnosis.text);
-    }
-    return shared.listing();
+    const Layout layout(root_);
+    return reporting_exhausted_memory("read", layout.appdata, [&] {
+        const Directory appdata = open_tree(layout);
+        return read_committed(appdata, [](const View& view) {
+            if (view.fault())
+                throw tree_error(*view.fault());
+            const SharedFiles shared(view);
+            shared.contents.require_object();
+            shared.record.require_object();
+            return shared.listing();
+        });
+    });
 }
 
 bool InstallTree::recover() {
     const Layout layout(root_);
-    return reporting_exhausted_memory(layout.appdata,
-                                      [&] { return recover_tree(layout, on_wait_); });
+    return reporting_exhausted_memory("change", layout.appdata,
+                                      [&] { return recover_tree(layout, options_); });
+}
+
+PreparedChange::PreparedChange(std::unique_ptr<StagedChange> staged) noexcept
+    : staged_(std::move(staged)) {}
+PreparedChange::PreparedChange(PreparedChange&& other) noexcept = default;
+PreparedChange& PreparedChange::operator=(PreparedChange&& other) noexcept = default;
+PreparedChange::~PreparedChange() = default;
+
+std::vector<ChangeStep> PreparedChange::steps() const {
+    return staged_ ? staged_->journal.steps() : std::vector<ChangeStep>();
+}
+
+std::vector<InstalledProduct> PreparedChange::removed() const {
+    return staged_ ? staged_->removed : std::vector<InstalledProduct>();
+}
+
+void PreparedChange::commit() {
+    if (const auto staged = std::exchange(staged_, nullptr))
+        reporting_exhausted_memory("change", staged->tree.appdata.path_of(""),
+                                   [&] { staged->journal.commit(); });
 }
 
 } // namespace install::tree

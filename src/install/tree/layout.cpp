@@ -14,8 +14,16 @@ Layout::Layout(const ustring& installRoot)
               .append_element(tree_names::utf16(tree_names::appdata))
               .text())) {}
 
+std::optional<Directory> find_tree(const Layout& layout) {
+    return Directory::open(layout.appdata, tree_names::documents.data());
+}
+
+Directory create_tree(const Layout& layout) {
+    return Directory::create(layout.appdata, tree_names::documents.data());
+}
+
 Directory open_tree(const Layout& layout) {
-    if (auto appdata = Directory::open(layout.appdata))
+    if (auto appdata = find_tree(layout))
         return std::move(*appdata);
     throw tree_error("open", layout.appdata, "There is no install tree.");
 }

@@ -5,6 +5,7 @@
 #include "install/tree/file_system.hpp"
 #include "install/ustring.hpp"
 
+#include <optional>
 #include <string>
 
 namespace install::tree {
@@ -17,6 +18,10 @@ struct Layout {
     std::string appdata; // the path of the directory of the tree's files
 };
 
+// Opens appdata if it exists.
+[[nodiscard]] std::optional<Directory> find_tree(const Layout& layout);
+// Opens appdata, which is created if it does not exist.
+[[nodiscard]] Directory create_tree(const Layout& layout);
 // Opens appdata. Throws tree_error if it does not exist.
 [[nodiscard]] Directory open_tree(const Layout& layout);
 

@@ -10,7 +10,11 @@ struct tree_error::Names {
 };
 
 tree_error::tree_error(const std::string& operation, const std::string& path, std::error_code code)
-    : tree_error(operation, path, code.message()) {
+    : tree_error(operation, path, code, code.message()) {}
+
+tree_error::tree_error(const std::string& operation, const std::string& path, std::error_code code,
+                       const std::string& reason)
+    : tree_error(operation, path, reason) {
     code_ = code;
 }
 
@@ -29,8 +33,9 @@ const std::string& tree_error::path() const noexcept {
     return names_->path;
 }
 
-tree_error tree_error::as_committed() const noexcept {
+tree_error tree_error::as_committed(std::error_code code) const noexcept {
     tree_error error(*this);
+    error.code_ = code;
     error.committed_ = true;
     return error;
 }

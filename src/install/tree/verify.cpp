@@ -1,6 +1,7 @@
 // Whether a tree holds what a write had to leave.
 
 #include "install/tree/change/plan.hpp"
+#include "install/tree/exhausted_memory.hpp"
 #include "install/tree/found/entries.hpp"
 #include "install/tree/found/found_tree.hpp"
 #include "install/tree/in_quotes.hpp"
@@ -18,11 +19,11 @@ using foundation::json::Value;
 using Kind = Fault::Kind;
 using Faults = std::vector<Fault>;
 
-std::optional<Fault> fault_of_document(const Directory& appdata, const std::string& name,
+std::optional<Fault> fault_of_document(const View& view, const std::string& name,
                                        const std::string& expected) {
-    const std::string path = appdata.path_of(name);
+    const std::string path = view.path_of(name);
     try {
-        const auto found = appdata.read(name);
+        const auto found = view.read(name);
         if (!found)
             return Fault{Kind::missing, path, "The document is missing."};
         if (*found == expected)
@@ -53,10 +54,10 @@ void check_members(const SharedFile& file, const Expected& expected, Faults& fau
     }
 }
 
-std::optional<Kind> check_paths(const Value& expected, const Value* found) {
+std::optional<Kind> check_paths(const Value* expected, const Value* found) {
     if (found == nullptr)
         return Kind::missing;
-    return paths_in(*found) == paths_in(expected) ? std::nullopt : std::optional(Kind::different);
+    return paths_in(*found) == paths_in(*expected) ? std::nullopt : std::optional(Kind::different);
 }
 
 std::optional<Kind> check_time(InstallTree::Time since, const Value* found) {
@@ -68,31 +69,41 @@ std::optional<Kind> check_time(InstallTree::Time since, const Value* found) {
     return *time < since ? std::optional(Kind::old) : std::nullopt;
 }
 
+// Compares a tree with what a write had to leave.
+Faults compare(const View& view, const Plan& plan, InstallTree::Time since) {
+    Faults faults;
+    if (view.fault())
+        faults.push_back({Kind::unreadable, view.fault()->path(), view.fault()->what()});
+    for (const auto& [name, text] : plan.documents)
+        if (auto fault = fault_of_document(view, name, *text))
+            faults.push_back(std::move(*fault));
+    std::map<std::string, const Value*> lists; // of products with the same key, the last one's
+    std::map<std::string, InstallTree::Time> times;
+    for (const Plan::Entry& entry : plan.entries) {
+        lists.insert_or_assign(entry.key, &entry.paths);
+        times.insert_or_assign(entry.basecode, since);
+    }
+    const SharedFiles shared(view);
+    check_members(shared.contents, lists, faults, check_paths);
+    check_members(shared.record, times, faults, check_time);
+    return faults;
+}
+
 } // namespace
 
 std::vector<Fault> InstallTree::verify(const std::vector<ProductSelection>& selections,
                                        Time since) const {
     const Layout layout(root_);
-    Plan plan = plan_write(layout, selections);
-    Faults faults;
-    if (selections.empty())
-        return faults;
-    const auto appdata = Directory::open(layout.appdata);
-    if (!appdata)
-        return {{Kind::missing, layout.appdata, "There is no install tree."}};
-    for (const auto& [name, text] : plan.documents)
-        if (auto fault = fault_of_document(*appdata, name, *text))
-            faults.push_back(std::move(*fault));
-    std::map<std::string, Value> lists; // of products with the same key, the last one's
-    std::map<std::string, Time> times;
-    for (Plan::Entry& entry : plan.entries) {
-        lists.insert_or_assign(entry.key, std::move(entry.paths));
-        times.insert_or_assign(entry.basecode, since);
-    }
-    const SharedFiles shared(*appdata);
-    check_members(shared.contents, lists, faults, check_paths);
-    check_members(shared.record, times, faults, check_time);
-    return faults;
+    return reporting_exhausted_memory("read", layout.appdata, [&]() -> Faults {
+        const Plan plan = plan_write(layout, selections);
+        if (selections.empty())
+            return {};
+        const auto appdata = find_tree(layout);
+        if (!appdata)
+            return {{Kind::missing, layout.appdata, "There is no install tree."}};
+        return read_committed(*appdata,
+                              [&](const View& view) { return compare(view, plan, since); });
+    });
 }
 
 } // namespace install::tree

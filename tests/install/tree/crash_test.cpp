@@ -1,15 +1,20 @@
-// A change that is interrupted at any of its calls that change the disk leaves a tree that recover
-// makes entirely old or entirely new.
+// A change that is interrupted at any of its calls that change the disk leaves a tree that is, or
+// that recover makes, entirely old or entirely new; and so does an interrupted recovery. Prints
+// what became of each.
 
+#include "install/tree/health.hpp"
 #include "install/tree/install_tree.hpp"
 #include "install/tree/repair.hpp"
-#include "support/disk_calls.hpp"
+#include "support/durable_disk.hpp"
 #include "support/trees.hpp"
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <regex>
+#include <set>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -36,7 +41,8 @@ struct Scenario {
     void (*change)(const TemporaryDirectory&);
 };
 
-const Scenario scenarios[] = {
+extern const Scenario scenarios[6];
+const Scenario scenarios[6] = {
     {"write", prepare_tree,
      [](const TemporaryDirectory& tree) {
          InstallTree(tree.upath())
@@ -57,19 +63,21 @@ const Scenario scenarios[] = {
          const std::string text = tree.content(contents_map);
          tree.write(contents_map, text.substr(0, text.size() / 2));
      },
-     [](const TemporaryDirectory& tree) { repair(tree.upath(), RepairMode::apply); }}};
-
-// Lets the first calls pass and does something else before the next one.
-class AtCall : public test::DiskObserver {
-public:
-    AtCall(int passing, std::function<int()> then) : passing_(passing), then_(std::move(then)) {}
-    int before(const char* /*function*/) override { return passing_-- == 0 ? then_() : 0; }
-    [[nodiscard]] bool was_reached() const { return passing_ < 0; }
-
-private:
-    int passing_;
-    std::function<int()> then_;
-};
+     [](const TemporaryDirectory& tree) { repair(tree.upath(), RepairMode::apply); }},
+    {"upgrade", prepare_tree,
+     [](const TemporaryDirectory& tree) {
+         InstallTree(tree.upath())
+             .apply({{{"A 1 hostpf", "A"}, {"B 1 hostpf", {}}},
+                     {selection(u"A 2", u"<new/>"), selection(u"B", u"<new/>")}});
+     }},
+    {"taken_back", prepare_tree, [](const TemporaryDirectory& tree) {
+         const auto fail = [&] { // while somebody puts a file into a new folder
+             tree.write(products + "in/another.lock", "");
+             return ENOSPC;
+         };
+         const test::AtCall failing(4, fail, "renameat");
+         EXPECT_THROW(scenarios[0].change(tree), tree_error);
+     }}};
 
 // Runs `change` in a process of its own that dies before its n-th call. Returns whether it got
 // there.
@@ -77,7 +85,7 @@ template <class Change>
 bool dies_at(int call, const Change& change) {
     const pid_t child = fork();
     if (child == 0) {
-        const AtCall dying(call, [] {
+        const test::AtCall dying(call, [] {
             _exit(1);
             return 0;
         });
@@ -90,6 +98,38 @@ bool dies_at(int call, const Change& change) {
     return WEXITSTATUS(status) == 1;
 }
 
+// What readers see of a tree, besides that a change was interrupted.
+std::string reading(const TemporaryDirectory& tree) {
+    if (!fs::exists(tree.path("appdata")))
+        return "0";
+    const Health health = inspect(tree.upath());
+    std::string result = std::to_string(health.documents);
+    for (const auto& entry : health.listing.contents)
+        result += ' ' + entry.key;
+    for (const auto& entry : health.listing.record)
+        result += ' ' + entry.basecode;
+    return result + std::regex_replace(kinds_of(health.problems), std::regex("interrupted "), "");
+}
+
+// How many of the calls at which a change can be interrupted are passed over.
+int stride() {
+    const char* const text = std::getenv("KX_TEST_STRIDE");
+    return text == nullptr ? 1 : std::stoi(text);
+}
+
+// Calls `run` with 0, 1, 2, ... calls to pass, or with every step-th of these, as long as it
+// returns that the change made more.
+template <class Run>
+void for_each_call(int step, const Run& run) {
+    bool was_reached = true;
+    for (int call = 0; was_reached; call += step) {
+        SCOPED_TRACE(call);
+        was_reached = run(call);
+    }
+}
+
+constexpr int errors[] = {ENOSPC, EIO, EACCES, EPERM, ENOSYS};
+
 class Interrupted : public testing::TestWithParam<Scenario> {
 protected:
     Interrupted() {
@@ -98,170 +138,248 @@ protected:
         const auto finished = copy_of(prepared_);
         GetParam().change(*finished);
         new_ = files_of(*finished);
-        EXPECT_NE(old_, new_);
+        EXPECT_EQ(old_ == new_, GetParam().name == std::string("taken_back"));
+    }
+    ~Interrupted() override {
+        std::printf("| %s | %s | %d | %d | %d |\n", GetParam().name.c_str(), fault_, olds_, news_,
+                    mixed_);
+        EXPECT_EQ(mixed_, 0);
+        EXPECT_TRUE(olds_ > 5 && (news_ > 0 || old_ == new_));
     }
 
-    void recover_and_expect_old_or_new(const TemporaryDirectory& tree) {
-        InstallTree(tree.upath()).recover();
+    static void recover(const TemporaryDirectory& tree) { InstallTree(tree.upath()).recover(); }
+
+    // Readers see before the recovery what they see after it.
+    void recover_and_count(const TemporaryDirectory& tree) {
+        const std::string seen = reading(tree);
+        recover(tree);
+        EXPECT_EQ(reading(tree), seen);
         const Files files = files_of(tree);
-        (files == new_ ? news_ : olds_) += 1;
-        EXPECT_EQ(files, files == new_ ? new_ : old_);
+        ++(files == old_ ? olds_ : files == new_ ? news_ : mixed_);
+    }
+
+    bool dies(const TemporaryDirectory& tree, int call) const {
+        return dies_at(call, [&] { GetParam().change(tree); });
+    }
+
+    // Counts what a failure of power may leave while `change` runs on the tree.
+    template <class Change>
+    void count_after_failures(const TemporaryDirectory& tree, int subsets, const Change& change) {
+        std::set<test::DurableDisk::Disk> states;
+        {
+            test::DurableDisk disk(tree);
+            change(tree);
+            disk.mark();
+            for (const auto& moment : disk.moments)
+                for (auto& state : moment.after_failure(subsets))
+                    states.insert(std::move(state));
+        }
+        for (const auto& state : states) {
+            const TemporaryDirectory left;
+            state.write_to(left.path());
+            recover_and_count(left);
+        }
     }
 
     TemporaryDirectory prepared_;
     Files old_;
     Files new_;
+    const char* fault_ = "";
     int olds_ = 0;
     int news_ = 0;
+    int mixed_ = 0;
 };
 
 TEST_P(Interrupted, ByDeathAtAnyCall) {
-    bool died = true;
-    for (int call = 0; died; ++call) {
-        SCOPED_TRACE(call);
+    fault_ = "death";
+    for_each_call(1, [&](int call) {
         const auto tree = copy_of(prepared_);
-        died = dies_at(call, [&] { GetParam().change(*tree); });
-        recover_and_expect_old_or_new(*tree);
-    }
-    EXPECT_GT(olds_, 5);
-    EXPECT_GT(news_, 5);
-}
-
-TEST_P(Interrupted, ByDeathOfTheRecoveryToo) {
-    bool died = true;
-    for (int call = 0; died; ++call) {
-        const auto left = copy_of(prepared_);
-        died = dies_at(call, [&] { GetParam().change(*left); });
-        bool recovery_died = true;
-        for (int recovering = 0; recovery_died; ++recovering) {
-            SCOPED_TRACE(std::to_string(call) + ", " + std::to_string(recovering));
-            const auto tree = copy_of(*left);
-            recovery_died = dies_at(recovering, [&] { InstallTree(tree->upath()).recover(); });
-            recover_and_expect_old_or_new(*tree);
-        }
-    }
+        const bool died = dies(*tree, call);
+        recover_and_count(*tree);
+        return died;
+    });
 }
 
 TEST_P(Interrupted, ByAFailureOfAnyCall) {
-    for (const int error : {ENOSPC, EIO, EACCES, EPERM, ENOSYS}) {
-        bool reached = true;
-        for (int call = 0; reached; ++call) {
-            SCOPED_TRACE(std::to_string(error) + " at " + std::to_string(call));
-            const auto tree = copy_of(prepared_);
-            try {
-                const AtCall failing(call, [&] { return error; });
-                GetParam().change(*tree);
-                reached = failing.was_reached();
-            } catch (const tree_error& failure) {
-                EXPECT_EQ(failure.code().value(), error);
-                EXPECT_NE(std::string(failure.what()).find(tree->path().string()),
-                          std::string::npos);
-                EXPECT_TRUE(failure.is_committed() || files_of(*tree) == old_);
-            }
-            recover_and_expect_old_or_new(*tree);
-        }
-    }
+    fault_ = "failure of one call, or of all from one on";
+    for (const int error : errors)
+        for (const bool always : {false, true})
+            for_each_call(stride(), [&](int call) {
+                const auto tree = copy_of(prepared_);
+                bool is_made = true;
+                bool was_reached = true;
+                try {
+                    const test::AtCall failing(
+                        call, [&] { return error; }, "", always);
+                    GetParam().change(*tree);
+                    was_reached = failing.was_reached();
+                } catch (const tree_error& failure) {
+                    EXPECT_EQ(failure.code().value(), error);
+                    EXPECT_NE(std::string(failure.what()).find(tree->path().string()),
+                              std::string::npos);
+                    is_made = failure.is_committed();
+                    EXPECT_TRUE(always || is_made || files_of(*tree) == old_);
+                }
+                recover_and_count(*tree);
+                EXPECT_EQ(files_of(*tree), is_made ? new_ : old_);
+                return was_reached;
+            });
 }
 
-// What is on the disk for sure: the contents of a file when it was last flushed, and the names in a
-// directory when that was. When the power fails all else is lost; but the system may have written
-// any directory earlier than it was asked to.
-class DurableDisk : public test::DiskObserver {
+TEST_P(Interrupted, ByAFailureOfPower) {
+    fault_ = "failure of power";
+    count_after_failures(*copy_of(prepared_), 64 / stride(), GetParam().change);
+}
+
+TEST_P(Interrupted, AndItsRecoveryByDeathOrAFailure) {
+    fault_ = "death, then death or a failure of the recovery";
+    for_each_call(stride(), [&](int first) {
+        const auto left = copy_of(prepared_);
+        const bool died = dies(*left, first);
+        for_each_call(1, [&](int call) {
+            const auto tree = copy_of(*left);
+            const bool recovery_died = dies_at(call, [&] { recover(*tree); });
+            recover_and_count(*tree);
+            const auto other = copy_of(*left);
+            try {
+                const test::AtCall failing(call, [&] { return errors[call % 5]; });
+                recover(*other);
+            } catch (const tree_error& failure) {
+                EXPECT_EQ(failure.code().value(), errors[call % 5]);
+            }
+            recover_and_count(*other);
+            return recovery_died;
+        });
+        return died;
+    });
+}
+
+TEST_P(Interrupted, AndItsRecoveryByAFailureOfPower) {
+    fault_ = "death, then failure of power in the recovery";
+    for_each_call(stride(), [&](int call) {
+        const auto left = copy_of(prepared_);
+        const bool died = dies(*left, call);
+        count_after_failures(*left, 4, recover);
+        return died;
+    });
+}
+
+// Leaves out a flush or a renaming, or puts it off until after the next call.
+class WithoutCall : public test::DiskObserver {
 public:
-    DurableDisk(const TemporaryDirectory& tree, bool has_syncfs, bool removes_early)
-        : root_(tree.path()),
-          has_syncfs_(has_syncfs),
-          removes_early_(removes_early) {
-        flush_all(root_);
+    WithoutCall(int passing, int verdict) : passing_(passing), verdict_(verdict) {}
+    int before(const test::DiskCall& call) override {
+        const bool is_one = call.function.ends_with("sync") || call.function == "renameat";
+        if (!is_one || passing_-- != 0)
+            return 0;
+        fs::path path = fs::read_symlink("/proc/self/fd/" + std::to_string(call.descriptor));
+        if (call.name != nullptr)
+            path /= call.name;
+        label_ = call.function + ' ' + path.string();
+        label_ = std::regex_replace(label_, std::regex("/[^ ]*/kx_test_[^/]*/?"), "");
+        label_ = std::regex_replace(label_, std::regex("products/.*"), "products/*");
+        return verdict_;
     }
-
-    int before(const char* function) override {
-        states.push_back(files_below(inode(root_)));
-        return !has_syncfs_ && function == std::string("syncfs") ? ENOSYS : 0;
-    }
-
-    void after(const char* function, int descriptor, const char* name) override {
-        const std::string call = function;
-        const fs::path path = name == nullptr || call == "openat"
-                                  ? fs::path("/proc/self/fd") / std::to_string(descriptor)
-                                  : fs::path("/proc/self/fd") / std::to_string(descriptor) / name;
-        if (call == "fsync")
-            flush(path);
-        else if (call == "syncfs")
-            flush_all(root_);
-        else if (call == "mkdirat" || call == "openat") // the number may be that of a former file
-            inodes_.erase(inode(path));
-        else if (call == "unlinkat" && removes_early_)
-            inodes_[inode(path.parent_path())].names.erase(path.filename());
-    }
-
-    std::vector<Files> states; // before each call
+    std::string label_; // empty: there was no such call
 
 private:
-    struct Inode {
-        std::map<std::string, std::pair<ino_t, bool>> names; // number, and whether a directory
-        std::string text;
-    };
-
-    static ino_t inode(const fs::path& path) {
-        struct stat found {};
-        EXPECT_EQ(stat(path.c_str(), &found), 0) << path;
-        return found.st_ino;
-    }
-
-    void flush(const fs::path& path) {
-        Inode& durable = inodes_[inode(path)];
-        durable = {};
-        if (!fs::is_directory(path))
-            durable.text = (std::ostringstream() << std::ifstream(path).rdbuf()).str();
-        else
-            for (const auto& entry : fs::directory_iterator(path))
-                durable.names[entry.path().filename()] = {inode(entry.path()),
-                                                          entry.is_directory()};
-    }
-
-    void flush_all(const fs::path& directory) {
-        flush(directory);
-        for (const auto& entry : fs::recursive_directory_iterator(directory))
-            flush(entry.path());
-    }
-
-    [[nodiscard]] Files files_below(ino_t directory, const std::string& prefix = "") {
-        Files files;
-        for (const auto& [name, child] : inodes_[directory].names) {
-            if (child.second)
-                files.merge(files_below(child.first, prefix + name + '/'));
-            else
-                files[prefix + name] = inodes_[child.first].text;
-        }
-        return files;
-    }
-
-    fs::path root_;
-    bool has_syncfs_;
-    bool removes_early_;
-    std::map<ino_t, Inode> inodes_;
+    int passing_;
+    int verdict_;
 };
 
-TEST_P(Interrupted, ByAFailureOfPower) {
-    for (const int mode : {0, 1, 2, 3}) {
-        const auto tree = copy_of(prepared_);
-        std::vector<Files> states;
-        {
-            DurableDisk disk(*tree, (mode & 1) == 0, (mode & 2) != 0);
-            GetParam().change(*tree);
-            states = disk.states;
+// What a change does with one call left out, or put off.
+class Planted : public testing::Test {
+protected:
+    // Returns the call; nothing if there are not as many.
+    std::string run(const Scenario& scenario, int call, int verdict, bool was_flushed_before) {
+        const TemporaryDirectory tree;
+        scenario.prepare(tree);
+        old_ = files_of(tree);
+        const auto finished = copy_of(tree);
+        scenario.change(*finished);
+        new_ = files_of(*finished);
+        test::DurableDisk disk(tree);
+        for (const auto& [name, text] : old_)
+            if (!was_flushed_before && (!new_.contains(name) || new_[name] != text))
+                disk.forget_text(tree.path(name));
+        WithoutCall fault(call, verdict);
+        try {
+            scenario.change(tree);
+            disk.mark();
+            fails_ = false;
+        } catch (const std::exception&) {
+            fails_ = true;
         }
-        for (std::size_t call = 0; call < states.size(); ++call) {
-            SCOPED_TRACE(call);
-            const TemporaryDirectory left;
-            for (const auto& [name, text] : states[call])
-                left.write(name, text);
-            recover_and_expect_old_or_new(left);
-        }
+        moments_ = std::move(disk.moments);
+        return fault.label_;
     }
-    EXPECT_GT(olds_, 5);
-    EXPECT_GT(news_, 5);
+
+    // Whether the tree has what neither the old nor the new one has, or not what was promised.
+    [[nodiscard]] bool is_noticed_at(std::size_t moment, bool was_flushed_before,
+                                     std::set<test::DurableDisk::Disk>& seen) const {
+        const bool is_last = !fails_ && moment + 1 == moments_.size();
+        for (const auto& state : moments_[moment].after_failure(2)) {
+            if (!is_last && !seen.insert(state).second)
+                continue;
+            const TemporaryDirectory left;
+            state.write_to(left.path());
+            if (!was_flushed_before && !is_last && !fs::exists(left.path("appdata/.undo")))
+                continue; // what an earlier writer lost
+            try {
+                InstallTree(left.upath()).recover();
+            } catch (const tree_error&) {
+                return true;
+            }
+            const Files files = files_of(left);
+            if (files != new_ && (is_last || files != old_))
+                return true;
+        }
+        return false;
+    }
+
+    [[nodiscard]] bool is_noticed(bool was_flushed_before) const {
+        std::set<test::DurableDisk::Disk> seen;
+        if (fails_)
+            return true;
+        for (std::size_t moment = moments_.size(); moment-- > 0;)
+            if (is_noticed_at(moment, was_flushed_before, seen))
+                return true;
+        return false;
+    }
+
+    Files old_;
+    Files new_;
+    bool fails_ = false;
+    std::vector<test::DurableDisk::Moment> moments_;
+};
+
+TEST_F(Planted, FaultsOfTheProtocolAreNoticed) {
+    using Call = test::DiskObserver;
+    const std::string ordered[] = {"fsync appdata", "renameat appdata/.undo",
+                                   "renameat appdata/.staging"}; // before what comes next
+    std::map<std::string, std::map<int, std::string>> scenarios_that_notice;
+    for (const Scenario& scenario : scenarios)
+        for (const int verdict : {Call::left_out, Call::put_off})
+            for (const bool was_flushed_before : {true, false})
+                for (int call = 0;; ++call) {
+                    const std::string label = run(scenario, call, verdict, was_flushed_before);
+                    if (label.empty()) {
+                        EXPECT_FALSE(is_noticed(was_flushed_before));
+                        break;
+                    }
+                    std::string& found = scenarios_that_notice[label][verdict];
+                    const bool is_tried = verdict == Call::left_out || stride() == 1 ||
+                                          std::ranges::count(ordered, label) > 0;
+                    if (is_tried && found.empty() && is_noticed(was_flushed_before))
+                        found = scenario.name + (was_flushed_before ? "" : " after serialize");
+                }
+    for (auto& [label, noticed] : scenarios_that_notice) {
+        std::printf("| %s | %s | %s |\n", label.c_str(), noticed[Call::left_out].c_str(),
+                    noticed[Call::put_off].c_str());
+        EXPECT_NE(noticed[Call::left_out], "") << label;
+    }
+    for (const std::string& label : ordered)
+        EXPECT_NE(scenarios_that_notice[label][Call::put_off], "") << label;
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, Interrupted, testing::ValuesIn(scenarios),

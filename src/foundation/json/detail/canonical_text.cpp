@@ -18,7 +18,6 @@ public:
         : position_(text.data()),
           end_(text.data() + text.size()) {}
 
-    [[nodiscard]] const char* position() const noexcept { return position_; }
     [[nodiscard]] bool is_at_end() const noexcept { return position_ == end_; }
 
     bool consume(char byte) {
@@ -38,13 +37,37 @@ public:
         return consume('"') ? std::optional(string) : std::nullopt;
     }
 
-    bool consume_value() {
-        if (consume('['))
-            return consume_rest_of_list();
-        return consume_string().has_value() || consume_integer();
+    // Consumes the members of an object and its closing brace, and calls `found` with where each
+    // begins. With `may_nest` their values may be objects, too; not those in these, so that no text
+    // makes this recurse.
+    template <class Found>
+    bool consume_members(const Found& found, bool may_nest) {
+        if (consume('}'))
+            return true;
+        std::optional<std::string_view> previous_key;
+        do {
+            const char* const begin = position_;
+            const auto key = consume_string();
+            const bool ascends = key && (!previous_key || *previous_key < *key);
+            // The keys of typed integers change how other members are read.
+            if (!ascends || *key == typed_data_key || *key == typed_type_key || !consume(':') ||
+                !consume_value(may_nest))
+                return false;
+            found(begin);
+            previous_key = key;
+        } while (consume(','));
+        return consume('}');
     }
 
 private:
+    bool consume_value(bool may_be_object) {
+        if (consume('['))
+            return consume_rest_of_list();
+        if (may_be_object && consume('{'))
+            return consume_members([](const char* /*begin*/) {}, false);
+        return consume_string().has_value() || consume_integer();
+    }
+
     bool consume_rest_of_list() {
         if (consume(']'))
             return true;
@@ -76,21 +99,10 @@ std::optional<std::vector<std::size_t>> find_members(std::string_view text) {
     Scanner scanner(text);
     if (!scanner.consume('{'))
         return std::nullopt;
-    if (scanner.consume('}'))
-        return scanner.is_at_end() ? std::optional(members) : std::nullopt;
-    std::string_view previous_key;
-    do {
-        const auto begin = static_cast<std::size_t>(scanner.position() - text.data());
-        const auto key = scanner.consume_string();
-        const bool ascends = key && (members.empty() || previous_key < *key);
-        // The keys of typed integers change how other members are read.
-        if (!ascends || *key == typed_data_key || *key == typed_type_key || !scanner.consume(':') ||
-            !scanner.consume_value())
-            return std::nullopt;
-        members.push_back(begin);
-        previous_key = *key;
-    } while (scanner.consume(','));
-    if (!scanner.consume('}') || !scanner.is_at_end())
+    const auto add = [&](const char* begin) {
+        members.push_back(static_cast<std::size_t>(begin - text.data()));
+    };
+    if (!scanner.consume_members(add, true) || !scanner.is_at_end())
         return std::nullopt;
     return members;
 }

@@ -16,8 +16,8 @@ namespace foundation::json::detail {
 // that all products share are in this form, and grow long.
 //
 // Only texts as plain as these files are recognised: keys and strings without escapes; values that
-// are strings, lists of strings, or whole numbers of at most 15 digits; none of the two keys of
-// typed integers.
+// are strings, lists of strings, whole numbers of at most 15 digits, or objects of such values;
+// none of the two keys of typed integers.
 class CanonicalText {
 public:
     // Moves from `text` if it is recognised, and leaves it alone otherwise. Throws std::bad_alloc.

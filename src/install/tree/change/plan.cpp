@@ -27,18 +27,25 @@ std::string required_document_name(const std::string& path) {
     return document_name(path).value();
 }
 
-// Adds the documents of a selection, which are those that `paths` lists, in the same order.
-void add_documents(const ProductSelection& selection, const ValueVector& paths, Plan& plan) {
+// Adds the documents of a selection, which are those that `paths` lists, and returns their names,
+// in the same order.
+std::vector<const std::string*> add_documents(const ProductSelection& selection,
+                                              const ValueVector& paths, Plan& plan) {
+    std::vector<const std::string*> names;
+    names.reserve(paths.size());
     auto path = paths.begin();
     const auto add = [&](const XmlMap& documents, const std::string& tag) {
         const auto document = documents.find(tag);
-        if (document != documents.end())
-            plan.documents.insert_or_assign(required_document_name((path++)->get<std::string>()),
-                                            &document->second);
+        if (document == documents.end())
+            return;
+        const auto added = plan.documents.insert_or_assign(
+            required_document_name((path++)->get<std::string>()), &document->second);
+        names.push_back(&added.first->first);
     };
     for (const std::string& platform : selection.platforms)
         add(selection.product->getPlatformXmls(), platform);
     add(selection.product->getLocaleXmls(), selection.locale);
+    return names;
 }
 
 // Adds a product to the plan.
@@ -46,11 +53,11 @@ void add(const Layout& layout, const ProductSelection& selection, Plan& plan) {
     const ProductImpl& product = *selection.product;
     ValueVector paths =
         product.getRelativeXmlPaths(layout.root, selection.platforms, selection.locale);
-    add_documents(selection, paths, plan);
+    auto documents = add_documents(selection, paths, plan);
     const ustring key = product_impl::utils::getNameVersionPlatformKey(
         product.getName(), product.getVersion(), tree_names::utf16(tree_names::entry_tag));
-    plan.entries.push_back(
-        {ustring_to_utf8(key), Value(std::move(paths)), ustring_to_utf8(product.getBasecode())});
+    plan.entries.push_back({ustring_to_utf8(key), Value(std::move(paths)), std::move(documents),
+                            ustring_to_utf8(product.getBasecode())});
 }
 
 } // namespace

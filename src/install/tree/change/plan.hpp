@@ -15,9 +15,10 @@ namespace install::tree {
 struct Plan {
     // A product's entries.
     struct Entry {
-        std::string key;               // of the contents map
-        foundation::json::Value paths; // its list
-        std::string basecode;          // of the installed record
+        std::string key;                           // of the contents map
+        foundation::json::Value paths;             // its list
+        std::vector<const std::string*> documents; // their names in the map below
+        std::string basecode;                      // of the installed record
     };
 
     // The texts of the documents, which belong to the products, by their names in appdata. Of

@@ -1,6 +1,8 @@
 #include "install/tree/change/shared_object.hpp"
 
+#include "foundation/json/serialize.hpp"
 #include "foundation/json/typed_integers.hpp"
+#include "install/tree/damaged_name.hpp"
 #include "install/tree/in_quotes.hpp"
 #include "install/tree/tree_error.hpp"
 #include "install/tree_names.hpp"
@@ -11,15 +13,23 @@
 namespace install::tree {
 
 using foundation::json::Value;
+using foundation::json::ValueMap;
 using foundation::json::detail::EditableObject;
 
 SharedObject::SharedObject(const Directory& directory, std::string_view name)
     : name_(name),
       path_(directory.path_of(name_)) {
     if (auto text = directory.read(name_)) {
-        exists_ = true;
+        old_name_ = name_ + std::string(tree_names::old_suffix);
         read(std::move(*text));
     }
+}
+
+SharedObject::SharedObject(const Directory& directory, std::string_view name, ValueMap members)
+    : name_(name),
+      path_(directory.path_of(name_)),
+      old_name_(free_damaged_name(directory, name_)) {
+    read(foundation::json::serialize(Value(std::move(members))));
 }
 
 void SharedObject::read(std::string text) {
@@ -39,16 +49,15 @@ void SharedObject::set(const std::string& key, Value value) {
 }
 
 Value SharedObject::take(const std::string& key) {
-    auto value = object_.take(key);
+    auto value = find_and_take(key);
     if (!value)
         throw tree_error("remove " + in_quotes(key) + " from", path_, "There is no such entry.");
     return std::move(*value);
 }
 
-void SharedObject::put_into(Transaction& transaction) {
-    if (exists_)
-        transaction.keep(name_, name_ + std::string(tree_names::old_suffix));
-    transaction.put(name_, std::move(object_).text());
+void SharedObject::keep_old(Journal& journal) const {
+    if (!old_name_.empty())
+        journal.keep(name_, old_name_);
 }
 
 } // namespace install::tree

@@ -4,11 +4,13 @@
 
 #include "foundation/json/detail/editable_object.hpp"
 #include "foundation/json/value.hpp"
-#include "install/tree/change/transaction.hpp"
+#include "install/tree/change/journal.hpp"
 #include "install/tree/file_system.hpp"
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace install::tree {
 
@@ -17,6 +19,9 @@ public:
     // Reads the file `name` in `directory`. If it does not exist, the object has no members. Throws
     // tree_error, with the message of getJsonObjFromFile if the file holds no object.
     SharedObject(const Directory& directory, std::string_view name);
+    // The file `name` is damaged, and `members` is what is whole of it.
+    SharedObject(const Directory& directory, std::string_view name,
+                 foundation::json::ValueMap members);
 
     // Returns the members. The reference is valid until the object is changed or destroyed.
     [[nodiscard]] const foundation::json::ValueMap& members() { return object_.members(); }
@@ -26,10 +31,17 @@ public:
     void set(const std::string& key, foundation::json::Value value);
     // Removes the member `key` and returns its value. Throws tree_error if there is none.
     [[nodiscard]] foundation::json::Value take(const std::string& key);
+    // The same; returns nothing if there is none.
+    [[nodiscard]] std::optional<foundation::json::Value> find_and_take(const std::string& key) {
+        return object_.take(key);
+    }
 
-    // Makes the object the content of its file, and keeps the last content as NAME.old. Leaves the
-    // object without members. Throws tree_error.
-    void put_into(Transaction& transaction);
+    [[nodiscard]] const std::string& name() const noexcept { return name_; }
+    // Returns the text of the object, and leaves it without members.
+    [[nodiscard]] std::string text() { return std::move(object_).text(); }
+    // Makes what the file held until now NAME.old; of a damaged one NAME.damaged. Throws
+    // tree_error.
+    void keep_old(Journal& journal) const;
 
 private:
     void read(std::string text);
@@ -37,7 +49,7 @@ private:
     std::string name_;
     std::string path_;
     foundation::json::detail::EditableObject object_;
-    bool exists_ = false;
+    std::string old_name_; // empty where there is no file
 };
 
 } // namespace install::tree

@@ -12,64 +12,106 @@ namespace install::tree {
 namespace {
 
 using Kind = Fault::Kind;
+using Type = FileStatus::Type;
+using tree_names::join;
 
 // Names with as many separators are nobody's, and to open a folder takes as many calls.
 constexpr std::ptrdiff_t max_folder_depth = 128;
 
-// Calls `look`, and adds what it cannot look at to the faults.
-template <class Look>
-void note_failure(std::vector<Fault>& faults, const Look& look) {
-    try {
-        look();
-    } catch (const tree_error& error) {
-        faults.push_back({Kind::unreadable, error.path(), error.what()});
-    }
-}
+constexpr std::uint32_t all_readers = 0444;
 
-// Adds what is at `name` in `folder` to `documents`, or to the folders that are still to be looked
-// into. Both are named from the directory of the documents.
-void look_at(const Directory& folder, const std::string& name, std::string full_name,
-             Documents& documents, std::vector<std::string>& folders) {
-    const auto status = folder.link_status(name);
-    if (!status) // removed meanwhile
-        return;
-    if (status->type == FileStatus::Type::regular)
-        documents.sizes.emplace(tree_names::join(tree_names::documents, full_name), status->size);
-    else if (status->type == FileStatus::Type::directory &&
-             std::count(full_name.begin(), full_name.end(), '/') < max_folder_depth)
-        folders.push_back(std::move(full_name));
-    else if (status->type == FileStatus::Type::directory)
-        documents.faults.push_back({Kind::unreadable, folder.path_of(name),
-                                    "This folder is nested too deeply to be looked into."});
-    else
-        documents.faults.push_back(
-            {Kind::not_regular, folder.path_of(name), "This is not a regular file."});
+// A folder below the directory of the documents.
+struct Folder {
+    std::string name;      // in appdata
+    std::uint32_t readers; // those who may look for files in it, by their permission to read
+};
+
+// Calls `visit` with what is below the directory of the documents and no folder: the open folder,
+// what is known of it, and the name in it; and `fail` with what could not be looked at. Looks into
+// the folders for which `is_of_interest` returns true, one at a time, so that a deep tree takes
+// neither stack nor open files.
+template <class Interest, class Visit, class Fail>
+void for_each_document(const Directory& appdata, const Interest& is_of_interest, const Visit& visit,
+                       const Fail& fail) {
+    std::vector<Folder> folders = {{std::string(tree_names::documents), all_readers}};
+    for (std::size_t index = 0; index < folders.size(); ++index)
+        try {
+            Folder found = folders[index];
+            if (index == 0 && !appdata.has(found.name))
+                return;
+            const Directory folder = appdata.subdirectory(found.name);
+            if (std::count(found.name.begin(), found.name.end(), '/') > max_folder_depth)
+                throw tree_error("open", folder.path_of(""),
+                                 "This folder is nested too deeply to be looked into.");
+            found.readers &= folder.status(".").permissions << 2U; // from searching to reading
+            for (const Directory::Entry& entry : folder.entries())
+                if (!entry.is_folder)
+                    visit(folder, found, entry.name);
+                else if (is_of_interest(join(found.name, entry.name)))
+                    folders.push_back({join(found.name, entry.name), found.readers});
+        } catch (const tree_error& error) {
+            fail(error);
+        }
 }
 
 } // namespace
 
-Documents::Documents(const Directory& appdata) {
-    note_failure(faults, [&] {
-        const std::string top_name(tree_names::documents);
-        if (!appdata.status(top_name))
-            return;
-        const Directory top = appdata.followed_subdirectory(top_name);
-        // One folder at a time, so that a deep tree takes neither stack nor open files.
-        std::vector<std::string> folders = {""};
-        for (std::size_t index = 0; index < folders.size(); ++index)
-            note_failure(faults, [&] {
-                const std::string prefix = index == 0 ? "" : folders[index] + '/';
-                const Directory folder = top.subdirectory(folders[index]);
-                for (const std::string& name : folder.names())
-                    note_failure(faults,
-                                 [&] { look_at(folder, name, prefix + name, *this, folders); });
-            });
+Documents::Documents(const View& view) {
+    const auto note = [&](const tree_error& error) {
+        faults.push_back({Kind::unreadable, error.path(), error.what()});
+        if (!failure && error.code())
+            failure = error;
+    };
+    const auto add = [&](const auto& directory, const std::string& file, const std::string& name,
+                         std::uint32_t readers) {
+        try {
+            const FileStatus status = directory.status(file);
+            if (status.type == Type::regular)
+                files.emplace(name, File{status.size, status.permissions & readers});
+            else if (status.type != Type::nothing) // removed meanwhile
+                faults.push_back(
+                    {Kind::not_regular, directory.path_of(file), "This is not a regular file."});
+        } catch (const tree_error& error) {
+            note(error);
+        }
+    };
+    for_each_document(
+        view.appdata(), [](const std::string& /*folder*/) { return true; },
+        [&](const Directory& folder, const Folder& found, const std::string& name) {
+            add(folder, name, join(found.name, name), found.readers);
+        },
+        note);
+    view.for_each_changed([&](const std::string& name, bool was_there) {
+        files.erase(name);
+        if (was_there && name.starts_with(join(tree_names::documents, "")))
+            add(view, name, name, all_readers);
     });
+}
+
+std::vector<std::string> find_documents(const Directory& appdata,
+                                        const std::set<std::string>& prefixes) {
+    std::vector<std::string> names;
+    for_each_document(
+        appdata,
+        [&](const std::string& folder) {
+            const auto next = prefixes.lower_bound(folder + '/');
+            return (next != prefixes.end() && next->starts_with(folder + '/')) ||
+                   has_prefix(folder, prefixes);
+        },
+        [&](const Directory& /*folder*/, const Folder& folder, const std::string& leaf) {
+            // A longer prefix may be that of another product, as a tag has no space.
+            std::string name = join(folder.name, leaf);
+            if (name.ends_with(tree_names::document_suffix) &&
+                prefixes.contains(name.substr(0, name.rfind(' ') + 1)))
+                names.push_back(std::move(name));
+        },
+        [](const tree_error& error) { throw tree_error(error); });
+    return names;
 }
 
 std::string name_prefix(std::string_view key) {
     key.remove_suffix(tree_names::entry_tag.size());
-    return tree_names::join(tree_names::documents, key);
+    return join(tree_names::documents, key);
 }
 
 bool has_prefix(const std::string& name, const std::set<std::string>& prefixes) {

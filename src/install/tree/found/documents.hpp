@@ -3,10 +3,12 @@
 #pragma once
 
 #include "install/tree/fault.hpp"
-#include "install/tree/file_system.hpp"
+#include "install/tree/tree_error.hpp"
+#include "install/tree/view.hpp"
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,12 +18,23 @@ namespace install::tree {
 
 // The files below the directory of the documents, by their names in appdata.
 struct Documents {
-    // A folder that cannot be read is a fault. Throws std::bad_alloc only.
-    explicit Documents(const Directory& appdata);
+    struct File {
+        std::uint64_t size = 0;    // in bytes
+        std::uint32_t readers = 0; // the permissions to read, as far as the folders allow that
+    };
 
-    std::map<std::string, std::uint64_t> sizes; // of the regular files, in bytes
-    std::vector<Fault> faults;                  // what is not regular, or could not be read
+    // A folder that cannot be read is a fault. Throws std::bad_alloc only.
+    explicit Documents(const View& view);
+
+    std::map<std::string, File> files; // the regular ones
+    std::vector<Fault> faults;         // what is not regular, or could not be read
+    std::optional<tree_error> failure; // the first that the system reported
 };
+
+// Returns the names in appdata of the documents of all entries whose names begin with one of
+// `prefixes`, each of which ends in a space, and whose tags have none. Throws tree_error.
+[[nodiscard]] std::vector<std::string> find_documents(const Directory& appdata,
+                                                      const std::set<std::string>& prefixes);
 
 // Returns what the names of the documents of an entry with the key `key` begin with.
 [[nodiscard]] std::string name_prefix(std::string_view key);

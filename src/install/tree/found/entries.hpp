@@ -34,12 +34,20 @@ contents_entries(const foundation::json::ValueMap& members);
 // of the documents.
 [[nodiscard]] std::optional<std::string> document_name(const std::string& listed);
 
-// Calls `visit` with the name in appdata of each document that a member of the contents map lists.
+// Calls `visit` with the name in appdata of each document that a member of the contents map lists:
+// of every path in it, also where it is malformed, or another program's.
 template <class Visit>
 void for_each_document(const foundation::json::Value& value, const Visit& visit) {
-    for (const std::string& path : paths_in(value).value_or(std::vector<std::string>()))
-        if (const auto name = document_name(path))
+    if (const auto* const path = value.get_if<std::string>()) {
+        if (const auto name = document_name(*path))
             visit(*name);
+    } else if (const auto* const elements = value.get_if<foundation::json::ValueVector>()) {
+        for (const auto& element : *elements)
+            for_each_document(element, visit);
+    } else if (const auto* const members = value.get_if<foundation::json::ValueMap>()) {
+        for (const auto& [key, member] : *members)
+            for_each_document(member, visit);
+    }
 }
 
 } // namespace install::tree

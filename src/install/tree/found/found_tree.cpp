@@ -1,22 +1,22 @@
 #include "install/tree/found/found_tree.hpp"
 
 #include "install/tree/found/entries.hpp"
+#include "install/tree/found/receipts.hpp"
 #include "install/tree_names.hpp"
 
 namespace install::tree {
 
-SharedFiles::SharedFiles(const Directory& appdata)
-    : contents(appdata, tree_names::contents_map),
-      record(appdata, tree_names::installed_record) {}
+SharedFiles::SharedFiles(const View& view)
+    : contents(view, tree_names::contents_map),
+      record(view, tree_names::installed_record),
+      receipts(view, tree_names::receipts) {}
 
 Listing SharedFiles::listing() const {
-    return {contents_entries(contents.members), record_entries(record.members)};
+    return {contents_entries(contents.members), record_entries(record.members),
+            counting_receipts(receipts.members, record.members)};
 }
 
-FoundTree::FoundTree(const Directory& directory)
-    : appdata(directory),
-      shared(directory),
-      documents(directory) {
+FoundTree::FoundTree(const View& tree_view) : view(tree_view), shared(view), documents(view) {
     for (const auto& [key, value] : shared.contents.members)
         add_listed(key, value);
 }

@@ -3,10 +3,10 @@
 
 #pragma once
 
-#include "install/tree/file_system.hpp"
 #include "install/tree/found/documents.hpp"
 #include "install/tree/found/shared_file.hpp"
 #include "install/tree/install_tree.hpp"
+#include "install/tree/view.hpp"
 
 #include <set>
 #include <string>
@@ -16,19 +16,19 @@ namespace install::tree {
 
 // The files that all products share.
 struct SharedFiles {
-    explicit SharedFiles(const Directory& appdata);
+    explicit SharedFiles(const View& view);
 
     // Returns the entries among the members.
     [[nodiscard]] Listing listing() const;
 
     SharedFile contents;
     SharedFile record;
+    SharedFile receipts;
 };
 
 struct FoundTree {
-    // Reads the tree in `directory`, appdata, once. Throws std::bad_alloc only. Keeps a reference
-    // to `directory`.
-    explicit FoundTree(const Directory& directory);
+    // Reads the tree once. Throws std::bad_alloc only. Keeps a reference to the view.
+    explicit FoundTree(const View& tree_view);
 
     // Adds what an entry of the contents map lists.
     void add_listed(const std::string& key, const foundation::json::Value& value);
@@ -41,7 +41,7 @@ struct FoundTree {
         return has_prefix(document, prefixes);
     }
 
-    const Directory& appdata;
+    const View& view;
     SharedFiles shared;
     Documents documents;
     std::set<std::string> listed;   // names of documents that an entry lists, there or not

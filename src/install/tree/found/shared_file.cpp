@@ -4,6 +4,7 @@
 #include "install/tree/tree_error.hpp"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace install::tree {
 
@@ -11,6 +12,8 @@ namespace {
 
 using product_impl::utils::JsonFileDiagnosis;
 using Kind = Fault::Kind;
+
+constexpr std::uint64_t most_bytes = std::uint64_t(1) << 30U; // a hundred times what there is
 
 // Returns the line with a fault, and a caret under the fault. A long line is truncated.
 std::string excerpt(std::string_view text, std::size_t offset, std::size_t column) {
@@ -67,10 +70,10 @@ std::size_t bytes_before_object(std::string_view text) {
 
 } // namespace
 
-SharedFile::SharedFile(const Directory& appdata, std::string_view file_name)
+SharedFile::SharedFile(const View& view, std::string_view file_name)
     : name(file_name),
-      path(appdata.path_of(name)) {
-    read(appdata);
+      path(view.path_of(name)) {
+    read(view);
     if (is(State::missing) || is(State::unreadable))
         return;
     diagnosis = product_impl::utils::diagnoseJson(text, members);
@@ -79,15 +82,18 @@ SharedFile::SharedFile(const Directory& appdata, std::string_view file_name)
 }
 
 // Leaves the text of the file, or why there is none.
-void SharedFile::read(const Directory& appdata) {
+void SharedFile::read(const View& view) {
     try {
-        const auto status = appdata.status(name);
-        if (!status)
+        const FileStatus status = view.status(name);
+        if (status.type == FileStatus::Type::nothing)
             return;
-        is_regular_ = status->type == FileStatus::Type::regular;
+        permissions = status.permissions;
+        is_regular_ = status.type == FileStatus::Type::regular;
         if (!is_regular_)
             throw tree_error("read", path, "This is not a regular file.");
-        if (auto bytes = appdata.read(name)) {
+        if (status.size > most_bytes)
+            throw tree_error("read", path, "The file has more than 1 GiB, and is not read.");
+        if (auto bytes = view.read(name)) {
             text = std::move(*bytes);
             diagnosis.state = State::damaged; // until it is parsed
         }
@@ -112,6 +118,12 @@ std::optional<Fault> SharedFile::fault() const {
 void SharedFile::require_readable() const {
     if (failure_)
         throw tree_error(*failure_);
+}
+
+void SharedFile::require_object() const {
+    require_readable();
+    if (is_damaged())
+        throw tree_error("read", path, diagnosis.text);
 }
 
 } // namespace install::tree

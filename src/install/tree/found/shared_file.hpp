@@ -5,9 +5,10 @@
 #include "foundation/json/value.hpp"
 #include "install/product_impl/utils/json_diagnosis.hpp"
 #include "install/tree/fault.hpp"
-#include "install/tree/file_system.hpp"
 #include "install/tree/tree_error.hpp"
+#include "install/tree/view.hpp"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,8 +19,8 @@ namespace install::tree {
 struct SharedFile {
     using State = product_impl::utils::JsonFileDiagnosis::State;
 
-    // Reads the file `name` in `appdata`. Throws std::bad_alloc only.
-    SharedFile(const Directory& appdata, std::string_view name);
+    // Reads the file `name` in appdata. Throws std::bad_alloc only.
+    SharedFile(const View& view, std::string_view name);
 
     [[nodiscard]] bool is(State state) const noexcept { return diagnosis.state == state; }
     // Whether there is a text, and it is not that of an object.
@@ -30,17 +31,20 @@ struct SharedFile {
     [[nodiscard]] std::optional<Fault> fault() const;
     // Throws tree_error unless the file could be read, or does not exist.
     void require_readable() const;
+    // Throws tree_error unless it holds an object, or does not exist.
+    void require_object() const;
 
     std::string name; // in appdata
     std::string path;
-    std::string text; // all bytes; none if the file could not be read
+    std::uint32_t permissions = 0; // none if there is no file
+    std::string text;              // all bytes; none if the file could not be read
     product_impl::utils::JsonFileDiagnosis diagnosis;
     // Of the object; of a damaged one, those that are whole before the damage. A byte order mark
     // and whitespace before it are skipped.
     foundation::json::ValueMap members;
 
 private:
-    void read(const Directory& appdata);
+    void read(const View& view);
 
     bool is_regular_ = true;
     std::optional<tree_error> failure_; // why something that is there could not be read
