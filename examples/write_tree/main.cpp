@@ -1,17 +1,18 @@
 // Writes the packages of a catalogue as products to an install tree:
 //
-//     write_tree [--at-once] ROOT [CATALOGUE]
+//     write_tree [--at-once | --upgrade] ROOT [CATALOGUE]
 //
 // Without CATALOGUE it reads standard input. The products write themselves one by one; with
-// --at-once, all of them are one change of the tree. Exit status: 0 if every line was written, 1 if
-// a line was malformed or a file could not be written, 2 if there was nothing to write or an
-// argument was invalid.
+// --at-once, all of them are one change of the tree, and with --upgrade, this change also removes
+// their other versions. Exit status: 0 if every line was written, 1 if a line was malformed or a
+// file could not be written, 2 if there was nothing to write or an argument was invalid.
 
 #include "catalogue.hpp"
 #include "products.hpp"
 #include "report.hpp"
 
 #include "fl/i18n/text_conversion.hpp"
+#include "install/product_impl/utils/paths.hpp"
 #include "install/tree/install_tree.hpp"
 #include "install/tree/printable_text.hpp"
 
@@ -20,6 +21,7 @@
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <map>
 
 #include <unistd.h>
 
@@ -30,6 +32,14 @@ using namespace write_tree;
 constexpr int all_written = 0;
 constexpr int some_failed = 1;
 constexpr int not_begun = 2;
+
+enum class Writing { one_by_one, at_once, upgrade };
+
+Writing writing_of(const std::string& option) {
+    return option == "--at-once"   ? Writing::at_once
+           : option == "--upgrade" ? Writing::upgrade
+                                   : Writing::one_by_one;
+}
 
 // A line of progress that overwrites itself. Shown only on a terminal.
 class Progress {
@@ -51,6 +61,8 @@ private:
     bool on_terminal_ = isatty(STDERR_FILENO) == 1;
 };
 
+using fl::i18n::ustring_to_utf8;
+using install::product_impl::utils::getNameVersionPlatformKey;
 using install::tree::InstallTree;
 using install::tree::ProductSelection;
 
@@ -72,6 +84,33 @@ void write_one_by_one(const install::ustring& install_root, const std::vector<Pa
     }
 }
 
+// Returns the other versions of products: what is installed with the same basecode and another key.
+std::vector<install::tree::InstalledProduct>
+other_versions(const InstallTree& tree, const std::vector<ProductSelection>& all) {
+    std::map<std::string, std::string> keys; // by the basecode
+    for (const ProductSelection& selection : all) {
+        const auto& product = *selection.product;
+        keys[ustring_to_utf8(product.getBasecode())] = ustring_to_utf8(
+            getNameVersionPlatformKey(product.getName(), product.getVersion(), u"hostpf"));
+    }
+    std::vector<install::tree::InstalledProduct> others;
+    for (const auto& receipt : tree.list().receipts)
+        if (const auto found = keys.find(receipt.basecode);
+            found != keys.end() && found->second != receipt.key)
+            others.push_back({receipt.key, {}});
+    return others;
+}
+
+void write(Writing writing, InstallTree& tree, const install::ustring& install_root,
+           const std::vector<Package>& packages, const std::vector<ProductSelection>& all) {
+    if (writing == Writing::one_by_one)
+        write_one_by_one(install_root, packages, all);
+    else if (writing == Writing::at_once)
+        tree.write(all);
+    else
+        tree.apply({.remove = other_versions(tree, all), .write = all});
+}
+
 // Products do not report what they could not write. Prints all that is not there; a time of the
 // installed record from before `start` is that of an earlier write. Returns whether everything is
 // there.
@@ -84,7 +123,7 @@ bool report_missing(const InstallTree& tree, const std::vector<ProductSelection>
     return faults.empty();
 }
 
-int run(const std::string& root, std::istream& stream, bool at_once) {
+int run(const std::string& root, std::istream& stream, Writing writing) {
     const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
     const Catalogue catalogue = read_catalogue(stream);
     for (const Fault& fault : catalogue.faults)
@@ -98,10 +137,7 @@ int run(const std::string& root, std::istream& stream, bool at_once) {
 
     InstallTree tree(install_root);
     const auto start = std::chrono::system_clock::now();
-    if (at_once)
-        tree.write(all);
-    else
-        write_one_by_one(install_root, catalogue.packages, all);
+    write(writing, tree, install_root, catalogue.packages, all);
     const std::chrono::duration<double> elapsed = std::chrono::system_clock::now() - start;
 
     const bool all_there = report_missing(tree, all, start);
@@ -117,21 +153,22 @@ int run(const std::string& root, std::istream& stream, bool at_once) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const bool at_once = argc > 1 && argv[1] == std::string("--at-once");
-    const std::vector<std::string> arguments(argv + (at_once ? 2 : 1), argv + argc);
+    const Writing writing = writing_of(argc > 1 ? argv[1] : "");
+    const int options = writing == Writing::one_by_one ? 0 : 1;
+    const std::vector<std::string> arguments(argv + 1 + options, argv + argc);
     if (arguments.empty() || arguments.size() > 2) {
-        std::cerr << "usage: write_tree [--at-once] ROOT [CATALOGUE]\n";
+        std::cerr << "usage: write_tree [--at-once | --upgrade] ROOT [CATALOGUE]\n";
         return not_begun;
     }
     try {
         if (arguments.size() == 1)
-            return run(arguments[0], std::cin, at_once);
+            return run(arguments[0], std::cin, writing);
         std::ifstream file(arguments[1]);
         if (!file) {
             std::cerr << "write_tree: cannot open " << arguments[1] << '\n';
             return not_begun;
         }
-        return run(arguments[0], file, at_once);
+        return run(arguments[0], file, writing);
     } catch (const fl::i18n::conversion_error& error) {
         std::cerr << "write_tree: " << arguments[0] << ": " << error.what() << '\n';
         return not_begun;

@@ -2,9 +2,13 @@
 
 #include "install/tree/printable_text.hpp"
 #include "iso_time.hpp"
+#include "products.hpp"
+#include "state.hpp"
+#include "table.hpp"
 
 #include <algorithm>
 #include <cstdlib>
+#include <iostream>
 
 #include <unistd.h>
 
@@ -62,11 +66,24 @@ std::string Style::in_colour(const char* code, std::string_view text) const {
 }
 
 void print_listing(std::ostream& stream, const Listing& listing) {
-    if (!listing.contents.empty())
-        stream << "Products, and the number of their XML files:\n";
-    for (const auto& entry : listing.contents)
-        stream << "  " << entry.paths.size() << "  " << printable(entry.key) << '\n';
-    print_record(stream, listing.record);
+    std::vector<std::vector<std::string>> rows{{"PRODUCT", "BASECODE", "FILES", "LAST WRITE"}};
+    for (const auto& [entry, receipt] : products_of(listing))
+        rows.push_back({printable(entry->key), receipt ? printable(receipt->basecode) : "-",
+                        std::to_string(entry->paths.size()),
+                        receipt ? iso_time(receipt->time) : "-"});
+    for (const RecordEntry& entry : unclaimed_record_of(listing))
+        rows.push_back({"-", printable(entry.basecode), "-", iso_time(entry.time)});
+    print_table(stream, rows, 2);
+}
+
+void print_documents(std::ostream& stream,
+                     const std::vector<install::tree::ListedDocument>& documents) {
+    std::vector<std::vector<std::string>> rows;
+    rows.reserve(documents.size());
+    for (const auto& document : documents)
+        rows.push_back({std::to_string(document.size), state_of(document),
+                        printable(document.file.empty() ? document.path : document.file)});
+    print_table(stream, rows, 0);
 }
 
 void print_health(std::ostream& stream, const Health& health, const Style& style) {
@@ -79,9 +96,37 @@ void print_health(std::ostream& stream, const Health& health, const Style& style
            << (health.problems.empty() ? style.good(problems) : style.bad(problems)) << '\n';
 }
 
-void print_steps(std::ostream& stream, const std::vector<install::tree::RepairStep>& steps) {
-    for (const auto& step : steps)
+void print_removal(std::ostream& stream, const Removal& removal) {
+    for (const auto& product : removal.products) {
+        stream << (removal.done ? "Removed " : "Would remove ") << printable(product.key);
+        if (product.basecode)
+            stream << ", and " << printable(*product.basecode) << " from the installed record";
+        stream << ".\n";
+    }
+    if (removal.done)
+        return;
+    for (const auto& step : removal.steps)
+        stream << "  " << name_of(step.kind) << ' ' << printable(step.path) << '\n';
+}
+
+void print_repair(std::ostream& stream, const install::tree::RepairReport& report, bool applied,
+                  const Style& style) {
+    for (const auto& step : report.steps)
         print_finding(stream, step.path, step.text);
+    print_faults(stream, style.doubtful("Notes"), report.notes);
+    if (report.steps.empty())
+        stream << "Nothing to repair.\n";
+    else if (!applied)
+        stream << "Nothing was changed; run it again with --apply.\n";
+}
+
+void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths) {
+    for (const auto& [path, keys] : paths) {
+        for (const std::string& key : keys)
+            stream << printable(path) << ": " << printable(key) << '\n';
+        if (keys.empty())
+            std::cerr << printable(path) << ": no product lists it\n";
+    }
 }
 
 } // namespace kxtree

@@ -4,6 +4,8 @@
 
 #include "install/tree/health.hpp"
 #include "install/tree/repair.hpp"
+#include "owners.hpp"
+#include "removal.hpp"
 
 #include <ostream>
 #include <string>
@@ -29,7 +31,14 @@ private:
 
 /// Print to `stream`, without anything from a file that a terminal would obey.
 void print_listing(std::ostream& stream, const install::tree::Listing& listing);
+void print_documents(std::ostream& stream,
+                     const std::vector<install::tree::ListedDocument>& documents);
 void print_health(std::ostream& stream, const install::tree::Health& health, const Style& style);
-void print_steps(std::ostream& stream, const std::vector<install::tree::RepairStep>& steps);
+void print_removal(std::ostream& stream, const Removal& removal);
+void print_repair(std::ostream& stream, const install::tree::RepairReport& report, bool applied,
+                  const Style& style);
+
+/// The same; prints paths without an owner to standard error.
+void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths);
 
 } // namespace kxtree

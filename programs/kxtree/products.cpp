@@ -1,0 +1,45 @@
+#include "products.hpp"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string_view>
+
+namespace kxtree {
+
+using install::tree::Listing;
+using install::tree::RecordEntry;
+
+std::vector<Product> products_of(const Listing& listing) {
+    std::map<std::string_view, const install::tree::Receipt*> receipts;
+    for (const auto& receipt : listing.receipts)
+        receipts.emplace(receipt.key, &receipt);
+    std::vector<Product> products;
+    for (const auto& entry : listing.contents) {
+        const auto receipt = receipts.find(entry.key);
+        products.push_back({&entry, receipt == receipts.end() ? nullptr : receipt->second});
+    }
+    return products;
+}
+
+std::vector<RecordEntry> unclaimed_record_of(const Listing& listing) {
+    std::set<std::string_view> claimed;
+    for (const Product& product : products_of(listing))
+        if (product.receipt != nullptr)
+            claimed.insert(product.receipt->basecode);
+    std::vector<RecordEntry> unclaimed;
+    std::copy_if(listing.record.begin(), listing.record.end(), std::back_inserter(unclaimed),
+                 [&](const RecordEntry& entry) { return !claimed.contains(entry.basecode); });
+    return unclaimed;
+}
+
+std::string full_key(const Listing& listing, const std::string& key) {
+    const auto exists = [&](const std::string& wanted) {
+        return std::any_of(listing.contents.begin(), listing.contents.end(),
+                           [&](const auto& entry) { return entry.key == wanted; });
+    };
+    const std::string with_tag = key + " hostpf";
+    return !exists(key) && exists(with_tag) ? with_tag : key;
+}
+
+} // namespace kxtree
