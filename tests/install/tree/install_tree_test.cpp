@@ -269,7 +269,8 @@ TEST(TreeRecover, KeepsWhatSerializeWroteSince) {
 
 // Writers and a remover that never pause, and readers beside them. Each change writes or removes a
 // pair of products, so that every reading must have both of them, with one time, or none. Runs for
-// as many seconds as KX_TEST_SECONDS says, and prints the longest change and the longest reading.
+// as many seconds as KX_TEST_SECONDS says, or longer on a machine that is too busy for 20 of each,
+// and prints the longest change and the longest reading.
 TEST(Readers, AlwaysSeeAStateThatWasCommitted) {
     using Clock = std::chrono::steady_clock;
     const char* const seconds = std::getenv("KX_TEST_SECONDS");
@@ -277,9 +278,12 @@ TEST(Readers, AlwaysSeeAStateThatWasCommitted) {
     InstallTree(directory.upath()).write({selection(u"first")});
     const auto end =
         Clock::now() + std::chrono::seconds(seconds != nullptr ? std::stoi(seconds) : 2);
+    std::pair<std::atomic<int>, std::atomic<int>> changes;
+    std::pair<std::atomic<int>, std::atomic<int>> readings;
     const auto repeat = [&](std::pair<std::atomic<int>, std::atomic<int>>& done, const auto& once) {
         InstallTree tree(directory.upath());
-        for (auto begin = Clock::now(); begin < end; begin = Clock::now(), ++done.first) {
+        for (auto begin = Clock::now(); begin < end || changes.first < 20 || readings.first < 20;
+             begin = Clock::now(), ++done.first) {
             once(tree);
             const std::chrono::duration<double, std::micro> taken = Clock::now() - begin;
             done.second = std::max(done.second.load(), static_cast<int>(taken.count()));
@@ -307,8 +311,6 @@ TEST(Readers, AlwaysSeeAStateThatWasCommitted) {
             EXPECT_EQ(listing.record.size() + 1, 2 * times.size());
         }
     };
-    std::pair<std::atomic<int>, std::atomic<int>> changes;
-    std::pair<std::atomic<int>, std::atomic<int>> readings;
     std::vector<std::jthread> threads;
     for (const char16_t letter : {u'A', u'B'})
         threads.emplace_back(
@@ -317,7 +319,6 @@ TEST(Readers, AlwaysSeeAStateThatWasCommitted) {
     for (int reader = 0; reader < 2; ++reader)
         threads.emplace_back([&] { repeat(readings, read); });
     threads.clear();
-    EXPECT_GT(readings.first, 10);
     std::printf("%d changes, at most %d us; %d readings, at most %d us\n", changes.first.load(),
                 changes.second.load(), readings.first.load(), readings.second.load());
 }
