@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace foundation::json::detail {
 
@@ -23,6 +24,7 @@ public:
     EditableObject() = default;
     // The object that `text` begins with. Throws as object_in_text does.
     explicit EditableObject(std::string text);
+    explicit EditableObject(ValueMap members) noexcept : members_(std::move(members)) {}
 
     // Replaces the value of the member `key`, or inserts the member. Throws what the writer throws,
     // and std::bad_alloc; the object is unchanged then.

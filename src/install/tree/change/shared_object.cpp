@@ -1,6 +1,5 @@
 #include "install/tree/change/shared_object.hpp"
 
-#include "foundation/json/serialize.hpp"
 #include "foundation/json/typed_integers.hpp"
 #include "install/tree/damaged_name.hpp"
 #include "install/tree/in_quotes.hpp"
@@ -28,9 +27,8 @@ SharedObject::SharedObject(const Directory& directory, std::string_view name)
 SharedObject::SharedObject(const Directory& directory, std::string_view name, ValueMap members)
     : name_(name),
       path_(directory.path_of(name_)),
-      old_name_(free_damaged_name(directory, name_)) {
-    read(foundation::json::serialize(Value(std::move(members))));
-}
+      object_(std::move(members)),
+      old_name_(free_damaged_name(directory, name_)) {}
 
 void SharedObject::read(std::string text) {
     try {

@@ -19,7 +19,7 @@ public:
     // Reads the file `name` in `directory`. If it does not exist, the object has no members. Throws
     // tree_error, with the message of getJsonObjFromFile if the file holds no object.
     SharedObject(const Directory& directory, std::string_view name);
-    // The file `name` is damaged, and `members` is what is whole of it.
+    // The file `name` is damaged, and `members` is what is left of it.
     SharedObject(const Directory& directory, std::string_view name,
                  foundation::json::ValueMap members);
 
