@@ -81,6 +81,9 @@ public:
         InstallTree(root()).write(selections("present", products));
         flush();
     }
+    Tree(const Tree&) = delete;
+    Tree& operator=(const Tree&) = delete;
+    ~Tree() { fs::remove_all(path_); } // all of them together would fill the disk
 
     [[nodiscard]] install::ustring root() const { return path_.u16string(); }
     [[nodiscard]] const fs::path& path() const { return path_; }
