@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <string_view>
 
 namespace install::tree {
 
@@ -54,20 +55,29 @@ bool is_entry_key(const std::string& key) {
 }
 
 std::optional<std::string> path_in_tree(const std::string& listed) {
+    if (listed.find('\0') != std::string::npos)
+        return std::nullopt;
+    std::string_view relative = listed;
+    relative.remove_prefix(relative.starts_with('/') ? 1 : 0);
+    const bool is_normal = !relative.empty() && relative.front() != '/' &&
+                           relative.front() != '.' && relative.find("//") == relative.npos &&
+                           relative.find("/.") == relative.npos;
+    if (is_normal) // as nearly all are
+        return std::string(relative);
     const auto path = std::filesystem::path(listed).relative_path().lexically_normal();
-    if (path.empty() || *path.begin() == ".." || *path.begin() == "." ||
-        listed.find('\0') != std::string::npos)
+    if (path.empty() || *path.begin() == ".." || *path.begin() == ".")
         return std::nullopt;
     return path.string();
 }
 
 std::optional<std::string> document_name(const std::string& listed) {
     const std::string appdata = tree_names::join(tree_names::appdata, "");
-    const std::string documents = appdata + tree_names::join(tree_names::documents, "");
+    const std::string documents = tree_names::join(tree_names::documents, "");
     auto path = path_in_tree(listed);
-    if (!path || !path->starts_with(documents) || path->size() == documents.size())
+    if (!path || !path->starts_with(appdata))
         return std::nullopt;
-    return path->substr(appdata.size());
+    path->erase(0, appdata.size());
+    return path->starts_with(documents) && path->size() > documents.size() ? path : std::nullopt;
 }
 
 } // namespace install::tree
