@@ -35,8 +35,8 @@ std::vector<RecordEntry> unclaimed_record_of(const Listing& listing) {
 
 std::string full_key(const Listing& listing, const std::string& key) {
     const auto exists = [&](const std::string& wanted) {
-        return std::any_of(listing.contents.begin(), listing.contents.end(),
-                           [&](const auto& entry) { return entry.key == wanted; });
+        return std::ranges::binary_search(listing.contents, wanted, {},
+                                          &install::tree::ContentsEntry::key);
     };
     const std::string with_tag = key + " hostpf";
     return !exists(key) && exists(with_tag) ? with_tag : key;

@@ -218,16 +218,17 @@ void RepairPlan::restore_entries_from_documents() {
                      "No entry lists this document, and no receipt knows it, so that its product "
                      "may have been removed.");
     }
+    const std::string directory = directory_in_lists();
     for (auto& [key, names] : lost)
-        restore_entry_from_documents(key, std::move(names));
+        restore_entry_from_documents(key, std::move(names), directory);
 }
 
-void RepairPlan::restore_entry_from_documents(const std::string& key, Paths names) {
+void RepairPlan::restore_entry_from_documents(const std::string& key, Paths names,
+                                              const std::string& directory) {
     std::string first = name_prefix(key);
     first.append(tree_names::entry_tag).append(tree_names::document_suffix);
     if (const auto found = std::ranges::find(names, first); found != names.end())
         std::rotate(names.begin(), found, found + 1);
-    const std::string directory = directory_in_lists();
     for (std::string& name : names)
         name.insert(0, directory);
     restore_entry(key, list_of(names), "its documents");

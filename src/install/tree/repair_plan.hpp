@@ -56,7 +56,8 @@ private:
     void restore_members_from_old();
     void restore_entry_from_old(const std::string& key, const foundation::json::Value& value);
     void restore_entries_from_documents();
-    void restore_entry_from_documents(const std::string& key, std::vector<std::string> names);
+    void restore_entry_from_documents(const std::string& key, std::vector<std::string> names,
+                                      const std::string& directory);
     [[nodiscard]] std::string directory_in_lists() const;
     void restore_times();
     void make_text(RepairedFile& repaired);
