@@ -59,9 +59,8 @@ std::optional<std::string> path_in_tree(const std::string& listed) {
         return std::nullopt;
     std::string_view relative = listed;
     relative.remove_prefix(relative.starts_with('/') ? 1 : 0);
-    const bool is_normal = !relative.empty() && relative.front() != '/' &&
-                           relative.front() != '.' && relative.find("//") == relative.npos &&
-                           relative.find("/.") == relative.npos;
+    const bool is_normal = !relative.empty() && relative.front() != '.' &&
+                           listed.find("//") == listed.npos && listed.find("/.") == listed.npos;
     if (is_normal) // as nearly all are
         return std::string(relative);
     const auto path = std::filesystem::path(listed).relative_path().lexically_normal();
