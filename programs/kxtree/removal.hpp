@@ -14,10 +14,4 @@ struct Removal {
     bool done = false; ///< otherwise it was a dry run
 };
 
-/// Returns the verb of a step.
-[[nodiscard]] inline const char* name_of(install::tree::ChangeStep::Kind kind) noexcept {
-    using Kind = install::tree::ChangeStep::Kind;
-    return kind == Kind::create ? "create" : kind == Kind::replace ? "replace" : "remove";
-}
-
 } // namespace kxtree

@@ -52,6 +52,19 @@ struct ChangeStep {
         path; ///< of the file, in the encoding of the file system; not printable as it stands
 };
 
+/// Returns the name of a kind: "create", "replace" or "remove". The text is a string literal.
+[[nodiscard]] KX_EXPORT const char* name_of(ChangeStep::Kind kind) noexcept;
+
+/// What an interrupted change left, and what became of it.
+struct Recovery {
+    /// Whether the change had begun, and was rolled back. Otherwise it had not, or it was complete,
+    /// and only what it left beside the tree was dropped.
+    bool was_rolled_back = false;
+    /// The paths of files that other programs wrote since the interruption, and that stay, in the
+    /// encoding of the file system.
+    std::vector<std::string> kept;
+};
+
 /// How far a change is.
 struct Progress {
     /// The parts of a change, in this order.
@@ -66,24 +79,28 @@ struct Progress {
     std::size_t total = 0;      ///< files that the phase has; 0 where that is not known
 };
 
-/// What a change survives once it has returned, and what an interrupted one can be taken back
+/// What a change survives once it has returned, and what an interrupted one can be rolled back
 /// after.
 enum class Durability {
     power_failure, ///< everything: the disk is asked to keep what was written
     process_death, ///< the death of the process, not that of the machine: for images that are built
 };
 
+/// In the place of the number of a process: one that only reads, and soon ends.
+inline constexpr std::int64_t a_reader = -1;
+
 /// Returns what is known of a process, in words: "process 123 (name)". For 0: "another process".
+/// For a_reader: "a reader".
 [[nodiscard]] KX_EXPORT std::string describe_process(std::int64_t process);
 
 /// How an InstallTree works.
 struct Options {
-    /// Called before a change waits for another one, with the process that makes it; 0 if that is
-    /// not known. What it throws ends the change.
+    /// Called before a change waits for another one, and then every 100 ms, with the process that
+    /// makes it: 0 if that is not known, a_reader if one or several read. What it throws ends the
+    /// waiting, and the change.
     std::function<void(std::int64_t process)> on_wait = {};
-    /// Called at the beginning of each phase, and at least every 100 ms of work, but at most 1000
-    /// times for a change; late in a change of several minutes, therefore less often. What it
-    /// throws before the change is made drops the change; what it throws afterwards is ignored.
+    /// Called at the beginning of each phase, and at least every 100 ms of work. What it throws
+    /// before the change is made drops the change; what it throws afterwards is ignored.
     std::function<void(const Progress&)> on_progress = {};
     /// How long a change waits for others before it throws tree_error with std::errc::timed_out,
     /// which names the process that it waited for. Without a value: as long as it takes.
@@ -98,7 +115,7 @@ struct StagedChange;
 /// whatever could be found to be wrong was reported.
 class KX_EXPORT PreparedChange {
 public:
-    /// Takes the change of `other`; that can only be destroyed or assigned to afterwards.
+    /// Takes the change of `other`, which has none afterwards.
     PreparedChange(PreparedChange&& other) noexcept;
     /// The same; drops the change that was here.
     PreparedChange& operator=(PreparedChange&& other) noexcept;
@@ -112,10 +129,9 @@ public:
     /// the installed record; none where that is unchanged.
     [[nodiscard]] std::vector<InstalledProduct> removed() const;
 
-    /// Makes the change, and releases the lock. Throws tree_error, or what the observer of the
-    /// progress throws; the tree is then as it was, unless tree_error::is_committed() returns true.
-    /// Afterwards this can only be destroyed or assigned to, whether it threw or not; a second call
-    /// does nothing.
+    /// Makes the change, and releases the lock. Throws tree_error, whose outcome says what became
+    /// of the tree, or what the observer of the progress throws. Afterwards, whether it threw or
+    /// not, steps() and removed() return nothing, and another call does nothing.
     void commit();
 
 private:

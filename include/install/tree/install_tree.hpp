@@ -17,11 +17,11 @@
 /// read do not wait, change nothing, and always see the tree as it was before or after a change,
 /// also while one is under way or was interrupted.
 ///
-/// A failure throws tree_error, also where memory is exhausted; std::bad_alloc if there is none
-/// left to report that. A path, a name or a version that no file can have throws what
-/// install/product_impl/utils/paths.hpp and files.hpp say. The tree is then as it was, unless
-/// tree_error::is_committed() returns true. A recovery that fails throws, too: "cannot take back"
-/// is the failure of an older change.
+/// A failure throws tree_error, whose outcome() says what became of the tree; exhausted memory
+/// throws std::bad_alloc, and readers of this library then see the tree as it was. A path, a name
+/// or a version that no file can have throws what install/product_impl/utils/paths.hpp and
+/// files.hpp say. A recovery that fails throws, too, and says that an earlier change was
+/// interrupted.
 
 #pragma once
 
@@ -33,6 +33,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -93,9 +94,9 @@ public:
     ///
     /// Then writes `change.write`: the tree is what serialize of each in order would have left,
     /// byte for byte except for the times, which are all the same. Missing directories are created.
-    /// An override of writeXml in a derived product is not called. Throws tree_error with the
-    /// message of getJsonObjFromFile if a shared file holds no object, and std::invalid_argument if
-    /// a product is null.
+    /// An override of writeXml in a derived product is not called. Throws tree_error if a
+    /// shared file cannot be read or holds no object, or another program wrote it meanwhile, and
+    /// std::invalid_argument if a product is null.
     ///
     /// A file that is replaced keeps its permissions, and its owner and its group where that is
     /// allowed. No symbolic link is followed but `appdata` and `appdata/products`; another one in a
@@ -122,9 +123,9 @@ public:
     /// or holds no object.
     [[nodiscard]] Listing list() const;
 
-    /// Takes back what an interrupted change did. Returns whether there was one. Every change
-    /// begins with this.
-    bool recover();
+    /// Rolls back what an interrupted change did. Returns what became of it; nothing if there was
+    /// none. Every change begins with this.
+    std::optional<Recovery> recover();
 
 private:
     ustring root_;

@@ -17,6 +17,17 @@ namespace install::tree {
 /// copying never throws.
 class KX_EXPORT tree_error : public std::runtime_error {
 public:
+    /// What became of the tree.
+    enum class Outcome {
+        unchanged, ///< it is as it was
+        /// The change is made, but the disk did not confirm that it would survive a power failure.
+        committed,
+        /// The change could not be rolled back yet. Readers of this library see the tree as it was;
+        /// other programs do so after the next change, InstallTree::recover or `kxtree repair`,
+        /// which roll it back.
+        interrupted,
+    };
+
     /// An operation that the system refused: `operation` is a verb ("write"), `path` the file's
     /// path in the encoding of the file system. what() is "cannot write PATH: REASON", and is
     /// printable.
@@ -27,6 +38,9 @@ public:
     /// The same for another reason, where it is an error of the system, too.
     tree_error(const std::string& operation, const std::string& path, std::error_code code,
                const std::string& reason);
+
+    /// The same failure with its outcome, and a sentence about that at the end of what().
+    tree_error(const tree_error& failure, Outcome outcome, const std::string& sentence);
 
     /// Defined in the library, so that the type is the same in every module that catches it.
     ~tree_error() override;
@@ -40,19 +54,14 @@ public:
     [[nodiscard]] const std::string& path() const noexcept;
     /// Returns the system's error; 0 where the reason is another.
     [[nodiscard]] std::error_code code() const noexcept { return code_; }
-
-    /// Returns whether the change was made: all of it is in its place, but the disk did not confirm
-    /// that this would survive a failure of power. Otherwise the tree is as it was.
-    [[nodiscard]] bool is_committed() const noexcept { return committed_; }
-
-    /// Returns the same error for a change that was made, with the system's error.
-    [[nodiscard]] tree_error as_committed(std::error_code code) const noexcept;
+    /// Returns what became of the tree.
+    [[nodiscard]] Outcome outcome() const noexcept { return outcome_; }
 
 private:
     struct Names;
     std::shared_ptr<const Names> names_;
     std::error_code code_;
-    bool committed_ = false;
+    Outcome outcome_ = Outcome::unchanged;
 };
 
 } // namespace install::tree

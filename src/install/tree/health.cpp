@@ -1,13 +1,13 @@
 #include "install/tree/health.hpp"
 
-#include "install/tree/change/recovery.hpp"
-#include "install/tree/exhausted_memory.hpp"
-#include "install/tree/found/entries.hpp"
-#include "install/tree/found/found_tree.hpp"
-#include "install/tree/found/receipted.hpp"
-#include "install/tree/in_quotes.hpp"
-#include "install/tree/layout.hpp"
-#include "install/tree/lock.hpp"
+#include "install/tree/disk/layout.hpp"
+#include "install/tree/journal/recovery.hpp"
+#include "install/tree/journal/view.hpp"
+#include "install/tree/report/texts.hpp"
+#include "install/tree/state/documents.hpp"
+#include "install/tree/state/entries.hpp"
+#include "install/tree/state/found_tree.hpp"
+#include "install/tree/state/receipts.hpp"
 #include "install/tree_names.hpp"
 
 #include <algorithm>
@@ -27,21 +27,22 @@ class Inspection {
 public:
     Inspection(const FoundTree& tree, const InspectOptions& options)
         : tree_(tree),
-          options_(options) {
-        health_.listing = tree.shared.listing();
+          options_(options),
+          documents_(tree.view) {
+        health_.listing = tree.listing();
     }
 
     Health run() {
-        inspect_leftovers();
-        inspect_shared_file(tree_.shared.record);
+        inspect_remains();
+        inspect_shared_file(tree_.record);
         inspect_record();
-        inspect_shared_file(tree_.shared.contents);
-        if (!tree_.shared.receipts.is(SharedFile::State::missing)) // serialize leaves none
-            inspect_shared_file(tree_.shared.receipts);
-        for (const auto& [key, value] : tree_.shared.contents.members)
+        inspect_shared_file(tree_.contents);
+        if (!tree_.receipts.is(SharedFile::State::missing)) // serialize leaves none
+            inspect_shared_file(tree_.receipts);
+        for (const auto& [key, value] : tree_.contents.members())
             inspect_member(key, value);
-        health_.problems.insert(health_.problems.end(), tree_.documents.faults.begin(),
-                                tree_.documents.faults.end());
+        health_.problems.insert(health_.problems.end(), documents_.faults.begin(),
+                                documents_.faults.end());
         inspect_documents();
         inspect_texts();
         inspect_readers();
@@ -49,27 +50,27 @@ public:
     }
 
 private:
-    void add_problem(Kind kind, const std::string& name, const std::string& text) {
-        health_.problems.push_back({kind, tree_.view.path_of(name), text});
+    void add_problem(Kind kind, const std::string& path, const std::string& text) {
+        health_.problems.push_back({kind, path, text});
     }
 
-    void add_note(Kind kind, const std::string& name, const std::string& text) {
-        health_.notes.push_back({kind, tree_.view.path_of(name), text});
+    void add_note(Kind kind, const std::string& path, const std::string& text) {
+        health_.notes.push_back({kind, path, text});
     }
 
     // A change that is under way holds the lock.
-    void inspect_leftovers() {
-        const Directory& appdata = tree_.view.appdata();
-        if (const auto& fault = tree_.view.fault())
-            health_.problems.push_back({Kind::unreadable, fault->path(), fault->what()});
-        if (leftover_in(appdata) == Leftover::none || is_locked(appdata))
+    void inspect_remains() {
+        const View& view = tree_.view;
+        if (const auto& fault = view.fault())
+            add_problem(Kind::unreadable, fault->path(), fault->what());
+        if (find_remains(view.appdata()) == Remains::none || is_locked(view.appdata()))
             return;
-        const Leftover leftover = leftover_in(appdata);
-        if (leftover == Leftover::taken_back)
-            add_problem(Kind::interrupted, std::string(tree_names::undo),
-                        "A change was interrupted here. The next one, or a repair, takes it back.");
-        else if (leftover == Leftover::dropped)
-            add_problem(Kind::interrupted, std::string(tree_names::staging),
+        const Remains remains = find_remains(view.appdata());
+        if (remains == Remains::to_roll_back)
+            add_problem(Kind::interrupted, view.path_of(tree_names::undo),
+                        "A change was interrupted here. The next one, or a repair, rolls it back.");
+        else if (remains == Remains::to_drop)
+            add_problem(Kind::interrupted, view.path_of(tree_names::staging),
                         "A change was interrupted here before it began, or after its end. The next "
                         "one, or a repair, drops what it left.");
     }
@@ -77,24 +78,25 @@ private:
     void inspect_shared_file(const SharedFile& file) {
         if (auto fault = file.fault())
             health_.problems.push_back(std::move(*fault));
-        else if (file.text.find_first_not_of(" \t\r\n", file.diagnosis.offset) != std::string::npos)
-            add_note(Kind::trailing_bytes, file.name,
-                     "After the object come " + std::to_string(file.diagnosis.ignored_bytes) +
+        else if (file.trailing_bytes() > 0)
+            add_note(Kind::trailing_bytes, file.path(),
+                     "After the object come " + std::to_string(file.trailing_bytes()) +
                          " bytes, which the next write drops.");
     }
 
     void inspect_record() {
-        for (const auto& [basecode, value] : tree_.shared.record.members)
+        for (const auto& [basecode, value] : tree_.record.members())
             if (!time_in(value))
-                add_problem(Kind::no_time, tree_.shared.record.name,
+                add_problem(Kind::no_time, tree_.record.path(),
                             "The entry " + in_quotes(basecode) + " has no time.");
     }
 
     void inspect_member(const std::string& key, const Value& value) {
+        listed_.add(key, value);
         const auto paths = paths_in(value);
         const bool is_entry = is_entry_key(key);
         if (is_entry && !paths)
-            add_problem(Kind::no_list, tree_.shared.contents.name,
+            add_problem(Kind::no_list, tree_.contents.path(),
                         "The entry " + in_quotes(key) + " is not a list of paths.");
         if (!paths)
             return;
@@ -104,76 +106,74 @@ private:
 
     void inspect_listed(const std::string& key, const std::string& path, bool is_entry) {
         const auto name = document_name(path);
+        const std::string entry = "The entry " + in_quotes(key) + " lists ";
         if (!name) {
             if (is_entry)
-                add_problem(Kind::outside, tree_.shared.contents.name,
-                            "The entry " + in_quotes(key) + " lists " + in_quotes(path) +
+                add_problem(Kind::outside, tree_.contents.path(),
+                            entry + in_quotes(path) +
                                 ", which is not in the directory of the documents.");
             return;
         }
         if (is_entry && !name->starts_with(name_prefix(key)))
-            add_problem(Kind::other_key, tree_.shared.contents.name,
-                        "The entry " + in_quotes(key) + " lists " + in_quotes(path) +
-                            ", which has the key of another product.");
-        if (!tree_.documents.files.contains(*name))
-            inspect_absent(key, *name);
-    }
-
-    // Whatever is there instead of a document has been reported.
-    void inspect_absent(const std::string& key, const std::string& name) {
-        try {
-            if (tree_.view.status(name).type == FileStatus::Type::nothing)
-                add_problem(Kind::missing, name,
-                            "The document is missing; the entry " + in_quotes(key) + " lists it.");
-        } catch (const tree_error& error) {
-            add_problem(Kind::unreadable, name, error.what());
-        }
+            add_problem(Kind::other_key, tree_.contents.path(),
+                        entry + in_quotes(path) + ", which has the key of another product.");
+        if (documents_.files.contains(*name))
+            return;
+        auto fault = fault_of_document(tree_.view, *name, nullptr, Comparison::size);
+        if (!fault || fault->kind == Kind::not_regular) // which has been reported
+            return;
+        if (fault->kind == Kind::missing)
+            fault->text += ' ' + entry + "it.";
+        health_.problems.push_back(std::move(*fault));
     }
 
     void inspect_documents() {
-        const bool is_list_whole = tree_.shared.contents.is(SharedFile::State::object);
-        for (const auto& [name, file] : tree_.documents.files) {
-            if (tree_.is_listed(name))
+        const bool is_list_whole = tree_.contents.is(SharedFile::State::object);
+        for (const auto& [name, file] : documents_.files) {
+            if (listed_.has(name))
                 ++health_.documents;
             else if (!is_list_whole)
                 continue;
-            else if (tree_.belongs_to_entry(name))
-                add_note(Kind::not_listed, name,
-                         "A document of a former selection of its product.");
+            else if (listed_.has_product_of(name))
+                add_note(Kind::not_listed, tree_.view.path_of(name),
+                         "A document of an earlier selection of its product.");
             else
-                add_problem(Kind::not_listed, name, "No entry lists this document.");
+                add_problem(Kind::not_listed, tree_.view.path_of(name),
+                            "No entry lists this document.");
         }
     }
 
     void inspect_texts() {
-        const ReceiptedDocuments receipted(health_.listing.receipts);
-        const auto& files = tree_.documents.files;
+        const DocumentRecords records(health_.listing.receipts);
+        const auto& files = documents_.files;
+        const auto comparison = options_.contents ? Comparison::text : Comparison::size;
         const bool is_observed = options_.contents && options_.on_progress;
         const auto total = static_cast<std::size_t>(
             is_observed ? std::ranges::count_if(
-                              files, [&](const auto& each) { return receipted.has(each.first); })
+                              files, [&](const auto& each) { return records.find(each.first); })
                         : 0);
         std::size_t done = 0;
         for (const auto& [name, file] : files) {
-            if (is_observed && receipted.has(name))
+            const FileRecord* const expected = records.find(name);
+            if (is_observed && expected != nullptr)
                 options_.on_progress(done++, total);
-            if (auto fault = receipted.fault(tree_.view, name, file.size, options_.contents))
+            if (auto fault = fault_of_document(tree_.view, name, expected, comparison, file.size))
                 health_.problems.push_back(std::move(*fault));
-            else if (file.size == 0 && !receipted.has(name)) // which may be as it was written
-                add_note(Kind::empty, name, "The document is empty.");
+            else if (file.size == 0 && expected == nullptr) // which may be as it was written
+                add_note(Kind::empty, tree_.view.path_of(name), "The document is empty.");
         }
     }
 
     // One note for all: there may be tens of thousands.
     void inspect_readers() {
-        const std::uint32_t readers = tree_.shared.contents.permissions;
+        const std::uint32_t readers = tree_.contents.permissions();
         std::size_t count = 0;
         std::string first;
-        for (const auto& [name, file] : tree_.documents.files)
+        for (const auto& [name, file] : documents_.files)
             if ((readers & ~file.readers & 0444U) != 0 && ++count == 1)
                 first = name;
         if (count > 0)
-            add_note(Kind::fewer_readers, first,
+            add_note(Kind::fewer_readers, tree_.view.path_of(first),
                      "Fewer users may read this document than may read the contents map" +
                          (count == 1 ? std::string()
                                      : "; in all, this holds for " + std::to_string(count)) +
@@ -182,18 +182,51 @@ private:
 
     const FoundTree& tree_;
     const InspectOptions& options_;
+    Documents documents_;
+    ListedDocuments listed_;
     Health health_;
 };
+
+std::vector<ListedDocument> find_listed_documents(const View& view, const std::string& key) {
+    const FoundTree tree(view);
+    tree.contents.require_object();
+    const auto& members = tree.contents.members();
+    const auto member = members.find(key);
+    const auto paths = member == members.end() ? std::nullopt : paths_in(member->second);
+    if (!paths)
+        throw tree_error("find " + in_quotes(key) + " in", tree.contents.path(),
+                         "There is no such entry.");
+    const DocumentRecords records(tree.listing().receipts);
+    std::vector<ListedDocument> documents;
+    for (const std::string& path : *paths) {
+        ListedDocument& document = documents.emplace_back(ListedDocument{path, {}, 0, false, {}});
+        if (const auto name = document_name(path)) {
+            const FileRecord* const expected = records.find(*name);
+            document.file = view.path_of(*name);
+            document.has_receipt = expected != nullptr;
+            document.fault = fault_of_document(view, *name, expected, Comparison::text);
+            if (!document.fault || document.fault->kind != Kind::unreadable)
+                document.size = view.status(*name).size;
+        } else {
+            document.fault = {Kind::outside, tree.contents.path(),
+                              "The path is not in the directory of the documents."};
+        }
+    }
+    return documents;
+}
 
 } // namespace
 
 Health inspect(const ustring& installRoot, const InspectOptions& options) {
-    const Layout layout(installRoot);
-    return reporting_exhausted_memory("check", layout.appdata, [&] {
-        const Directory appdata = open_tree(layout);
-        return read_committed(
-            appdata, [&](const View& view) { return Inspection(FoundTree(view), options).run(); });
-    });
+    const Directory appdata = open_tree(Layout(installRoot));
+    return read_committed(
+        appdata, [&](const View& view) { return Inspection(FoundTree(view), options).run(); });
+}
+
+std::vector<ListedDocument> documents_of(const ustring& installRoot, const std::string& key) {
+    const Directory appdata = open_tree(Layout(installRoot));
+    return read_committed(appdata,
+                          [&](const View& view) { return find_listed_documents(view, key); });
 }
 
 } // namespace install::tree

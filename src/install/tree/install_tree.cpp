@@ -1,11 +1,11 @@
 #include "install/tree/install_tree.hpp"
 
-#include "install/tree/change/change.hpp"
-#include "install/tree/exhausted_memory.hpp"
-#include "install/tree/found/found_tree.hpp"
-#include "install/tree/layout.hpp"
+#include "install/tree/disk/layout.hpp"
+#include "install/tree/journal/recovery.hpp"
+#include "install/tree/journal/view.hpp"
+#include "install/tree/staged_change.hpp"
+#include "install/tree/state/found_tree.hpp"
 #include "install/tree/tree_error.hpp"
-#include "install/tree/view.hpp"
 
 #include <utility>
 
@@ -18,13 +18,10 @@ InstallTree::InstallTree(ustring installRoot, Options options)
 }
 
 PreparedChange InstallTree::prepare(const Change& change) {
-    const Layout layout(root_);
-    return reporting_exhausted_memory("change", layout.appdata, [&] {
-        if (!change.write.empty() || !change.remove.empty())
-            return PreparedChange(prepare_change(layout, options_, change));
-        static_cast<void>(recover_tree(layout, options_));
-        return PreparedChange(nullptr);
-    });
+    if (!change.write.empty() || !change.remove.empty())
+        return PreparedChange(prepare_change(Layout(root_), options_, change));
+    static_cast<void>(recover());
+    return PreparedChange(nullptr);
 }
 
 void InstallTree::apply(const Change& change) {
@@ -40,24 +37,22 @@ void InstallTree::remove(const std::vector<InstalledProduct>& products) {
 }
 
 Listing InstallTree::list() const {
-    const Layout layout(root_);
-    return reporting_exhausted_memory("read", layout.appdata, [&] {
-        const Directory appdata = open_tree(layout);
-        return read_committed(appdata, [](const View& view) {
-            if (view.fault())
-                throw tree_error(*view.fault());
-            const SharedFiles shared(view);
-            shared.contents.require_object();
-            shared.record.require_object();
-            return shared.listing();
-        });
+    const Directory appdata = open_tree(Layout(root_));
+    return read_committed(appdata, [](const View& view) {
+        if (view.fault())
+            throw tree_error(*view.fault());
+        const FoundTree tree(view);
+        tree.contents.require_object();
+        tree.record.require_object();
+        return tree.listing();
     });
 }
 
-bool InstallTree::recover() {
-    const Layout layout(root_);
-    return reporting_exhausted_memory("change", layout.appdata,
-                                      [&] { return recover_tree(layout, options_); });
+std::optional<Recovery> InstallTree::recover() {
+    auto appdata = open_tree_if_any(Layout(root_));
+    if (!appdata || find_remains(*appdata) == Remains::none)
+        return std::nullopt;
+    return LockedTree(std::move(*appdata), options_).recovery;
 }
 
 PreparedChange::PreparedChange(std::unique_ptr<StagedChange> staged) noexcept
@@ -76,8 +71,7 @@ std::vector<InstalledProduct> PreparedChange::removed() const {
 
 void PreparedChange::commit() {
     if (const auto staged = std::exchange(staged_, nullptr))
-        reporting_exhausted_memory("change", staged->tree.appdata.path_of(""),
-                                   [&] { staged->journal.commit(); });
+        staged->journal.commit();
 }
 
 } // namespace install::tree

@@ -27,6 +27,7 @@ using namespace install::tree;
 using namespace test;
 namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>; // contents by relative paths
+using Outcome = tree_error::Outcome;
 
 // A tree with products A, B and C, written in two changes long ago.
 void prepare_tree(const TemporaryDirectory& tree) {
@@ -70,7 +71,7 @@ const Scenario scenarios[6] = {
              .apply({{{"A 1 hostpf", "A"}, {"B 1 hostpf", {}}},
                      {selection(u"A 2", u"<new/>"), selection(u"B", u"<new/>")}});
      }},
-    {"taken_back", prepare_tree, [](const TemporaryDirectory& tree) {
+    {"rolled_back", prepare_tree, [](const TemporaryDirectory& tree) {
          const auto fail = [&] { // while somebody puts a file into a new folder
              tree.write(products + "in/another.lock", "");
              return ENOSPC;
@@ -138,7 +139,7 @@ protected:
         const auto finished = copy_of(prepared_);
         GetParam().change(*finished);
         new_ = files_of(*finished);
-        EXPECT_EQ(old_ == new_, GetParam().name == std::string("taken_back"));
+        EXPECT_EQ(old_ == new_, GetParam().name == std::string("rolled_back"));
     }
     ~Interrupted() override {
         std::printf("| %s | %s | %d | %d | %d |\n", GetParam().name.c_str(), fault_, olds_, news_,
@@ -162,7 +163,7 @@ protected:
         return dies_at(call, [&] { GetParam().change(tree); });
     }
 
-    // Counts what a failure of power may leave while `change` runs on the tree.
+    // Counts what a power failure may leave while `change` runs on the tree.
     template <class Change>
     void count_after_failures(const TemporaryDirectory& tree, int subsets, const Change& change) {
         std::set<test::DurableDisk::Disk> states;
@@ -217,8 +218,9 @@ TEST_P(Interrupted, ByAFailureOfAnyCall) {
                     EXPECT_EQ(failure.code().value(), error);
                     EXPECT_NE(std::string(failure.what()).find(tree->path().string()),
                               std::string::npos);
-                    is_made = failure.is_committed();
-                    EXPECT_TRUE(always || is_made || files_of(*tree) == old_);
+                    is_made = failure.outcome() == Outcome::committed;
+                    EXPECT_TRUE(always || failure.outcome() != Outcome::interrupted);
+                    EXPECT_TRUE(failure.outcome() != Outcome::unchanged || files_of(*tree) == old_);
                 }
                 recover_and_count(*tree);
                 EXPECT_EQ(files_of(*tree), is_made ? new_ : old_);
@@ -226,8 +228,8 @@ TEST_P(Interrupted, ByAFailureOfAnyCall) {
             });
 }
 
-TEST_P(Interrupted, ByAFailureOfPower) {
-    fault_ = "failure of power";
+TEST_P(Interrupted, ByAPowerFailure) {
+    fault_ = "power failure";
     count_after_failures(*copy_of(prepared_), 64 / stride(), GetParam().change);
 }
 
@@ -254,8 +256,8 @@ TEST_P(Interrupted, AndItsRecoveryByDeathOrAFailure) {
     });
 }
 
-TEST_P(Interrupted, AndItsRecoveryByAFailureOfPower) {
-    fault_ = "death, then failure of power in the recovery";
+TEST_P(Interrupted, AndItsRecoveryByAPowerFailure) {
+    fault_ = "death, then power failure in the recovery";
     for_each_call(stride(), [&](int call) {
         const auto left = copy_of(prepared_);
         const bool died = dies(*left, call);

@@ -129,7 +129,7 @@ TEST(TreeVerify, FindsEachKindOfFault) {
     directory.write(contents_map, "");
     directory.write("appdata/.undo/manifest", "");
     EXPECT_EQ(test::kinds_of(tree.verify(all)),
-              "unreadable different empty missing unreadable damaged different missing ");
+              "unreadable different empty missing not_regular damaged different missing ");
     const TemporaryDirectory nowhere;
     EXPECT_EQ(test::kinds_of(InstallTree(nowhere.upath()).verify(all)), "missing ");
 }
@@ -163,7 +163,7 @@ TEST(TreeFailure, OfMemoryIsToldAndLeavesTheOldOrTheNewTree) {
                 InstallTree(subject.first->upath()).write(selections);
                 subject.second = true;
             } catch (const tree_error& error) {
-                subject.second = error.is_committed();
+                subject.second = error.outcome() == tree_error::Outcome::committed;
             }
         },
         [&](const auto& subject) {

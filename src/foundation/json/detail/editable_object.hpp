@@ -24,6 +24,7 @@ public:
     EditableObject() = default;
     // The object that `text` begins with. Throws as object_in_text does.
     explicit EditableObject(std::string text);
+    explicit EditableObject(CanonicalText text) noexcept : text_(std::move(text)) {}
     explicit EditableObject(ValueMap members) noexcept : members_(std::move(members)) {}
 
     // Replaces the value of the member `key`, or inserts the member. Throws what the writer throws,

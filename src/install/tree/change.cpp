@@ -1,0 +1,134 @@
+#include "install/tree/staged_change.hpp"
+
+#include "install/clock.hpp"
+#include "install/tree/plan.hpp"
+#include "install/tree/report/texts.hpp"
+#include "install/tree/state/documents.hpp"
+#include "install/tree/state/entries.hpp"
+#include "install/tree/state/found_tree.hpp"
+#include "install/tree/state/receipts.hpp"
+
+#include <map>
+#include <set>
+#include <utility>
+
+namespace install::tree {
+
+using foundation::json::Value;
+using foundation::json::ValueVector;
+
+namespace {
+
+// Damaged receipts never stand in the way of a change, and are kept; those that cannot be read
+// might be whole. What is no file is left alone.
+void require_usable(FoundTree& tree) {
+    tree.contents.require_object();
+    tree.record.require_object();
+    if (tree.receipts.is_not_regular())
+        return;
+    tree.receipts.require_readable();
+    if (tree.receipts.is_damaged())
+        restore_lost_receipts(tree.view, tree.receipts, tree.contents, tree.record);
+}
+
+Value take(SharedFile& file, const std::string& key) {
+    auto value = file.take(key);
+    if (!value)
+        throw tree_error("remove " + in_quotes(key) + " from", file.path(),
+                         "There is no such entry.");
+    return std::move(*value);
+}
+
+// Removes the receipts of products. Returns the products with their basecodes, where these are
+// given or known.
+std::vector<InstalledProduct> take_receipts(std::vector<InstalledProduct> products,
+                                            FoundTree& tree) {
+    std::map<std::string, InstalledProduct*> found; // by basecodes from receipts
+    for (InstalledProduct& product : products) {
+        const auto value = tree.receipts.take(product.key);
+        const auto receipt = value ? receipt_in(product.key, *value) : std::nullopt;
+        if (receipt && !product.basecode && is_current(*receipt, tree.record.members()))
+            found.emplace(receipt->basecode, &product);
+    }
+    if (!found.empty()) // what other products have stays
+        for (const Receipt& other :
+             current_receipts(tree.receipts.members(), tree.record.members()))
+            found.erase(other.basecode);
+    for (const auto& [basecode, product] : found)
+        product->basecode = basecode;
+    return products;
+}
+
+// Removes the entries of products. Returns the names of the documents that were theirs: those that
+// they list, and those of earlier selections.
+std::set<std::string> remove_entries(const std::vector<InstalledProduct>& products,
+                                     FoundTree& tree) {
+    std::set<std::string> names;
+    std::set<std::string> prefixes;
+    for (const InstalledProduct& product : products) {
+        const Value removed = take(tree.contents, product.key);
+        for_each_listed_document(removed, [&](const std::string& name) { names.insert(name); });
+        if (is_entry_key(product.key))
+            prefixes.insert(name_prefix(product.key));
+        if (product.basecode)
+            static_cast<void>(take(tree.record, *product.basecode));
+    }
+    if (!prefixes.empty())
+        for (std::string& name : find_documents(tree.view.appdata(), prefixes))
+            names.insert(std::move(name));
+    return names;
+}
+
+// Leaves those of the documents that are neither written nor listed by any entry.
+void leave_needed(std::set<std::string>& doomed, const Plan& plan, const FoundTree& tree) {
+    for (const auto& [name, document] : plan.documents)
+        doomed.erase(name);
+    if (!doomed.empty())
+        for (const auto& [key, value] : tree.contents.members())
+            for_each_listed_document(value, [&](const std::string& name) { doomed.erase(name); });
+}
+
+// Sets the entries of a product, and its receipt.
+void set_entries(Plan::Entry& entry, long long milliseconds, FoundTree& tree) {
+    Receipt receipt = {
+        entry.key, entry.basecode, InstallTree::Time(std::chrono::milliseconds(milliseconds)), {}};
+    auto document = entry.listed.begin();
+    for (const Value& path : entry.paths.get<ValueVector>()) {
+        const FileRecord& file = (*document++)->written;
+        receipt.documents.push_back(
+            {path.get<std::string>(), file.size, hexadecimal(file.digest.value())});
+    }
+    tree.contents.set(entry.key, std::move(entry.paths));
+    tree.record.set(entry.basecode, Value(milliseconds));
+    if (!tree.receipts.is_not_regular())
+        tree.receipts.set(entry.key, value_of(receipt));
+}
+
+} // namespace
+
+std::unique_ptr<StagedChange> prepare_change(const Layout& layout, const Options& options,
+                                             const Change& change) {
+    constexpr std::size_t shared_files = 6; // three, and what they were
+    Plan plan = plan_write(layout, change.write);
+    auto staged = std::make_unique<StagedChange>(
+        change.write.empty() ? open_tree(layout) : create_tree(layout), options);
+    Journal& journal = staged->journal;
+    const View view(staged->tree.appdata);
+    FoundTree tree(view);
+    require_usable(tree);
+    staged->removed = take_receipts(change.remove, tree);
+    std::set<std::string> doomed = remove_entries(staged->removed, tree);
+    leave_needed(doomed, plan, tree);
+    journal.announce(plan.documents.size() + doomed.size() + shared_files);
+    for (auto& [name, document] : plan.documents)
+        document.written = journal.replace(name, document.text());
+    const long long milliseconds = milliseconds_since_epoch();
+    for (Plan::Entry& entry : plan.entries)
+        set_entries(entry, milliseconds, tree);
+    tree.put_into(journal);
+    for (const std::string& name : doomed)
+        journal.remove(name);
+    return staged;
+}
+
+} // namespace install::tree

@@ -1,0 +1,305 @@
+#include "install/tree/journal/journal.hpp"
+
+#include "install/tree/journal/recovery.hpp"
+#include "install/tree/tree_error.hpp"
+#include "install/tree_names.hpp"
+
+#include <string>
+#include <utility>
+
+namespace install::tree {
+
+namespace {
+
+using Entry = Manifest::Entry;
+using Kind = ChangeStep::Kind;
+using Type = FileStatus::Type;
+
+// As many files are flushed one by one, so that nobody waits for what other programs have written.
+constexpr std::size_t few_files = 64;
+
+Directory make_subdirectory(const Directory& directory, const char* name, const FileStatus& like) {
+    directory.make_folders(name, &like);
+    return directory.subdirectory(name);
+}
+
+} // namespace
+
+Journal::Staging::Staging(const Directory& appdata_directory)
+    : appdata(appdata_directory),
+      like(appdata.status(".")),
+      directory(make_subdirectory(appdata, tree_names::staging, like)) {}
+
+Journal::Staging::~Staging() {
+    try {
+        if (!is_kept)
+            appdata.remove_tree(tree_names::staging);
+    } catch (const std::exception&) { // the change itself is complete, or has failed already
+    }
+}
+
+Journal::Journal(const Directory& appdata, FileLock& lock, const Options& options)
+    : appdata_(appdata),
+      lock_(lock),
+      is_durable_(options.durability == Durability::power_failure),
+      progress_(options.on_progress),
+      staging_(appdata),
+      files_(make_subdirectory(staging_.directory, journal_names::files, staging_.like)),
+      old_(make_subdirectory(staging_.directory, journal_names::old, staging_.like)) {}
+
+void Journal::announce(std::size_t files) {
+    progress_.begin(Progress::Phase::stage, files);
+}
+
+// Gives what is at `name` another name, and returns what it is.
+FileStatus Journal::stage_old(const std::string& name) {
+    if (is_in_new_folder(name))
+        return {};
+    add_missing_folders(name);
+    const FileStatus found = appdata_.status(name);
+    if (found.type == Type::directory)
+        throw tree_error("replace", appdata_.path_of(name),
+                         std::make_error_code(std::errc::is_a_directory));
+    if (found.is_there()) {
+        old_.make_folders(parent_of(name), &staging_.like);
+        appdata_.link_or_copy(name, old_, name);
+    }
+    return found;
+}
+
+void Journal::add_missing_folders(const std::string& name) {
+    const std::string first = appdata_.missing_folder(name);
+    if (first.empty())
+        return;
+    for (auto end = first.size(); end != std::string::npos; end = name.find('/', end + 1))
+        new_folders_.insert(name.substr(0, end));
+}
+
+bool Journal::is_in_new_folder(const std::string& name) const {
+    return !new_folders_.empty() && new_folders_.contains(parent_of(name));
+}
+
+// A new folder moves to its place as a whole, with the permissions that it gets anywhere else.
+void Journal::make_staged_folder(const std::string& name) {
+    const std::string folder = parent_of(name);
+    if (folder == staged_folder_)
+        return;
+    std::string top = folder; // of the new ones
+    while (new_folders_.contains(top))
+        top = parent_of(top);
+    files_.make_folders(top, &staging_.like);
+    files_.make_folders(folder);
+    staged_folder_ = folder;
+}
+
+void Journal::add(FileRecord file, const FileStatus& old) {
+    manifest_.entries.push_back({old.is_there() ? Kind::replace : Kind::create, std::move(file)});
+    progress_.step();
+}
+
+void Journal::stage_new(FileRecord file, std::string_view bytes) {
+    const FileStatus old = stage_old(file.name);
+    make_staged_folder(file.name);
+    const bool is_own = !file.digest;
+    const FileStatus* const like = old.type == Type::regular ? &old
+                                   : is_own                  ? &staging_.like
+                                                             : nullptr;
+    files_.write_new(file.name, bytes, like, is_durable_ && manifest_.entries.size() < few_files);
+    add(std::move(file), old);
+}
+
+FileRecord Journal::replace(const std::string& name, std::string_view bytes) {
+    FileRecord file = FileRecord::of(name, bytes);
+    stage_new(file, bytes);
+    return file;
+}
+
+void Journal::replace_shared(const std::string& name, std::string_view bytes,
+                             const FileStatus& seen) {
+    seen_.emplace(name, seen);
+    require_unchanged(name);
+    replace(name, bytes);
+}
+
+void Journal::replace_own(const std::string& name, std::string_view bytes) {
+    stage_new({name, bytes.size(), std::nullopt}, bytes);
+}
+
+void Journal::keep_copy(const std::string& name, const std::string& copy) {
+    const FileStatus old = stage_old(copy);
+    make_staged_folder(copy);
+    appdata_.link_or_copy(name, files_, copy);
+    add({copy, 0, std::nullopt}, old);
+}
+
+void Journal::remove(const std::string& name) {
+    const FileStatus found = appdata_.status_or_nothing(name);
+    if (!found.is_there() || found.type == Type::directory)
+        return;
+    stage_old(name);
+    manifest_.entries.push_back({Kind::remove, {name, 0, std::nullopt}});
+    progress_.step();
+}
+
+std::vector<ChangeStep> Journal::steps() const {
+    std::vector<ChangeStep> steps;
+    steps.reserve(manifest_.entries.size());
+    for (const Entry& entry : manifest_.entries)
+        steps.push_back({entry.kind, appdata_.path_of(entry.file.name)});
+    return steps;
+}
+
+// The second file keeps the room on the disk that a roll back takes for a name.
+void Journal::write_manifest() {
+    manifest_.folders.assign(new_folders_.begin(), new_folders_.end());
+    staging_.directory.write_new(journal_names::manifest, manifest_.text(), &staging_.like,
+                                 is_durable_);
+    staging_.directory.write_new(journal_names::restored, "", &staging_.like, false);
+}
+
+// Makes durable what a recovery needs, and what stays after the commit. The old files, too: their
+// last writer may not have done so.
+void Journal::flush() {
+    progress_.begin(Progress::Phase::flush, 0);
+    if (!is_durable_)
+        return;
+    const bool are_few = manifest_.entries.size() <= few_files;
+    if (!(are_few && flush_one_by_one()) && !staging_.directory.flush_file_system())
+        static_cast<void>(flush_one_by_one());
+}
+
+// Returns false if a file may not be opened.
+bool Journal::flush_one_by_one() {
+    bool is_done = staging_.directory.flush_file(journal_names::manifest);
+    for (const Entry& entry : manifest_.entries) {
+        if (entry.kind != Kind::remove)
+            is_done = files_.flush_file(entry.file.name) && is_done;
+        if (entry.kind != Kind::create)
+            is_done = old_.flush_file(entry.file.name) && is_done;
+    }
+    old_.flush_all_folders();
+    for (const std::string& name : new_folders_)
+        files_.flush_folder(name);
+    staging_.directory.flush_folder("");
+    return is_done;
+}
+
+void Journal::begin_moving() {
+    appdata_.rename(tree_names::staging, appdata_, tree_names::undo);
+    if (is_durable_)
+        appdata_.flush_folder(""); // before any other rename can become durable
+}
+
+// Folders that do not exist yet move as a whole, which takes no room on a full disk, and no time.
+void Journal::move_into_place() {
+    progress_.begin(Progress::Phase::move, manifest_.entries.size());
+    for (const std::string& folder : new_folders_)
+        if (!is_in_new_folder(folder))
+            files_.rename(folder, appdata_, folder);
+    for (const Entry& entry : manifest_.entries) {
+        if (!is_in_new_folder(entry.file.name))
+            move_file(entry);
+        progress_.step();
+    }
+    if (is_durable_)
+        flush_changed_folders();
+}
+
+void Journal::move_file(const Entry& entry) {
+    const std::string& name = entry.file.name;
+    if (entry.kind == Kind::remove)
+        return appdata_.remove(name);
+    require_unchanged(name);
+    files_.rename(name, appdata_, name);
+}
+
+// A program that knows no lock may have written a shared file since it was read.
+void Journal::require_unchanged(const std::string& name) const {
+    const auto seen = seen_.find(name);
+    if (seen != seen_.end() && !appdata_.status(name).has_same_bytes(seen->second))
+        throw tree_error("replace", appdata_.path_of(name),
+                         "Another program has written it meanwhile.");
+}
+
+void Journal::flush_changed_folders() const {
+    std::set<std::string> changed;
+    for (const std::string& folder : new_folders_)
+        changed.insert(parent_of(folder));
+    for (const Entry& entry : manifest_.entries)
+        if (!is_in_new_folder(entry.file.name))
+            changed.insert(parent_of(entry.file.name));
+    for (const std::string& folder : changed)
+        if (!new_folders_.contains(folder)) // which were flushed before they moved
+            appdata_.flush_folder(folder);
+}
+
+void Journal::commit() {
+    write_manifest();
+    flush();
+    lock_.count_change();
+    try {
+        begin_moving();
+        move_into_place();
+        appdata_.rename(tree_names::undo, appdata_, tree_names::staging);
+    } catch (const tree_error& failure) {
+        undo_moves(&failure);
+        throw;
+    } catch (...) {
+        undo_moves(nullptr);
+        throw;
+    }
+    finish();
+}
+
+// Rolls back what was moved, unless `.staging` has not even become `.undo`. What it cannot roll
+// back, whoever comes next tries again.
+void Journal::undo_moves(const tree_error* failure) {
+    const Directory* const open[] = {&appdata_, &files_, &old_};
+    for (const Directory* const each : open)
+        each->close_folder(); // descriptors may be what is missing
+    try {
+        if (!appdata_.has(tree_names::undo))
+            return;
+        staging_.is_kept = true; // after a power failure it may be `.undo` again
+        roll_back(appdata_, staging_.directory, manifest_,
+                  is_durable_ ? Durability::power_failure : Durability::process_death);
+        staging_.is_kept = false;
+    } catch (const tree_error& second) {
+        throw tree_error(failure != nullptr ? *failure : second, tree_error::Outcome::interrupted,
+                         std::string("the change waits to be rolled back (") + second.what() +
+                             "): readers of this library see the tree as it was, other programs "
+                             "after the next change or a repair");
+    }
+}
+
+// The change is made.
+void Journal::finish() {
+    if (is_durable_)
+        try {
+            appdata_.flush_folder("");
+        } catch (const tree_error& error) {
+            staging_.is_kept = true; // after a power failure this may be `.undo` again
+            throw tree_error(error, tree_error::Outcome::committed,
+                             "the change is made, but may not survive a power failure");
+        }
+    drop();
+}
+
+// Nothing here is a failure of the change.
+void Journal::drop() noexcept {
+    try {
+        progress_.begin(Progress::Phase::drop, 0);
+    } catch (...) { // nobody waits for it
+    }
+    try {
+        appdata_.remove_tree(tree_names::staging, [this] {
+            try {
+                progress_.step();
+            } catch (...) {
+            }
+        });
+    } catch (const std::exception&) { // the next change drops the rest
+    }
+}
+
+} // namespace install::tree

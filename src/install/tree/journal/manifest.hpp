@@ -1,0 +1,39 @@
+// What a change that is under way has done, or may have: enough to roll it back.
+
+#pragma once
+
+#include "install/tree/change.hpp"
+#include "install/tree/disk/directory.hpp"
+
+#include <string>
+#include <vector>
+
+namespace install::tree {
+
+// Below `.staging`, and below `.undo`, which is its name while the change is under way:
+namespace journal_names {
+inline constexpr const char* files = "files";       // new files, in the folders of appdata
+inline constexpr const char* old = "old";           // what they replace, and what is removed
+inline constexpr const char* manifest = "manifest"; // this
+inline constexpr const char* restored = "restored"; // an old file on its way back
+} // namespace journal_names
+
+struct Manifest {
+    struct Entry {
+        ChangeStep::Kind kind = ChangeStep::Kind::create;
+        // Of the new file. There is no digest of a removed one, nor of those that nobody but this
+        // library writes.
+        FileRecord file;
+    };
+
+    // Returns the manifest as the text of a JSON object.
+    [[nodiscard]] std::string text() const;
+    // Reads the manifest of an interrupted change. Throws tree_error, which tells one of another
+    // version, a damaged one and a missing one apart.
+    [[nodiscard]] static Manifest read(const Directory& journal);
+
+    std::vector<Entry> entries;       // in the order in which they are done
+    std::vector<std::string> folders; // new ones, each before those in it
+};
+
+} // namespace install::tree

@@ -1,0 +1,108 @@
+// One committed state of a tree, as those see it who only read.
+
+#pragma once
+
+#include "install/tree/disk/directory.hpp"
+#include "install/tree/disk/file_lock.hpp"
+#include "install/tree/journal/manifest.hpp"
+#include "install/tree/tree_error.hpp"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace install::tree {
+
+// While a change is under way, or after it was interrupted, its old files are read instead of the
+// new ones. Names are relative to appdata. All operations throw tree_error.
+class View {
+public:
+    // Keeps a reference to `appdata`.
+    explicit View(const Directory& appdata);
+
+    [[nodiscard]] std::string path_of(const std::string& name) const {
+        return appdata_.path_of(name);
+    }
+    // As those of Directory.
+    [[nodiscard]] FileStatus status(const std::string& name) const;
+    [[nodiscard]] std::optional<std::string> read(const std::string& name) const;
+    [[nodiscard]] bool matches(const std::string& name, const FileRecord& record) const;
+
+    // Calls `visit` with the name of each file that the change adds, replaces or removes, and
+    // whether it was there before.
+    template <class Visit>
+    void for_each_changed(const Visit& visit) const {
+        for (const auto& [name, was_there] : changed_)
+            visit(std::string(name), was_there);
+    }
+
+    // Returns the paths of files that other programs wrote since the change was interrupted.
+    [[nodiscard]] std::vector<std::string> files_of_others() const;
+
+    // Why the interrupted change cannot be understood; the tree is then seen as it stands.
+    [[nodiscard]] const std::optional<tree_error>& fault() const noexcept { return fault_; }
+
+    // Whether everything that was read until now is of one state.
+    [[nodiscard]] bool is_current() const;
+
+    [[nodiscard]] const Directory& appdata() const noexcept { return appdata_; }
+
+private:
+    // What every change, and every other program's write of a shared file, makes another one.
+    struct State {
+        explicit State(const Directory& appdata);
+        bool operator==(const State&) const = default;
+        std::uint64_t changes = 0;
+        // Device, inode, size, and both times. A change that was rolled back has left the old file,
+        // but that was changed meanwhile.
+        std::array<std::array<std::uint64_t, 5>, 4> files{};
+    };
+
+    void open_undo();
+    // Returns where the file is to be read; null if there is none.
+    [[nodiscard]] const Directory* directory_of(const std::string& name) const;
+
+    const Directory& appdata_;
+    State state_;
+    std::optional<Directory> undo_; // these are there while a change is under way
+    std::optional<Directory> old_;
+    Manifest manifest_;
+    std::map<std::string_view, bool> changed_; // whether it was there, by names in manifest_
+    std::optional<tree_error> fault_;
+};
+
+// Decides how often a tree is read again, and waits for the changes that make it necessary.
+class RetryPolicy {
+public:
+    explicit RetryPolicy(const Directory& appdata) : appdata_(appdata) {}
+    // Called before each further reading. Throws tree_error after too many.
+    void prepare_retry();
+
+private:
+    const Directory& appdata_;
+    int retries_ = 0;
+    std::optional<FileLock> lock_;
+};
+
+// Returns what `read` returns of a view, reading until no change overlapped. Only where changes
+// follow each other so fast that no reading fits between them, it waits for the one that is under
+// way, if the user may read the file of the lock.
+template <class Read>
+auto read_committed(const Directory& appdata, const Read& read) {
+    for (RetryPolicy policy(appdata);; policy.prepare_retry()) {
+        const View view(appdata);
+        try {
+            auto result = read(view);
+            if (view.is_current())
+                return result;
+        } catch (const tree_error&) {
+            if (view.is_current())
+                throw;
+        }
+    }
+}
+
+} // namespace install::tree

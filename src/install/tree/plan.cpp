@@ -1,0 +1,80 @@
+#include "install/tree/plan.hpp"
+
+#include "fl/filesystem/native_access.hpp"
+#include "fl/i18n/text_conversion.hpp"
+#include "install/product_impl/utils/paths.hpp"
+#include "install/tree/state/entries.hpp"
+#include "install/tree_names.hpp"
+
+#include <stdexcept>
+#include <utility>
+
+namespace install::tree {
+
+namespace {
+
+using fl::i18n::ustring_to_utf8;
+using foundation::json::Value;
+using foundation::json::ValueVector;
+using product_impl::ProductImpl;
+
+// Returns the name in appdata of a document that an entry is to list. Throws what readFile throws
+// for a path that no file can have: no other path of a product leaves the directory of the
+// documents.
+std::string required_document_name(const std::string& path) {
+    static_cast<void>(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(
+        fl::i18n::utf8_to_ustring(path)));
+    return document_name(path).value();
+}
+
+// Adds the documents of a selection, which are those that `paths` lists, and returns them in the
+// same order.
+std::vector<const Plan::Document*> add_documents(const ProductSelection& selection,
+                                                 const ValueVector& paths, Plan& plan) {
+    const ProductImpl& product = *selection.product;
+    std::vector<const Plan::Document*> added;
+    added.reserve(paths.size());
+    auto path = paths.begin();
+    const auto add = [&](const std::string& tag, bool is_of_locale) {
+        const auto [document, is_new] =
+            plan.documents.insert_or_assign(required_document_name((path++)->get<std::string>()),
+                                            Plan::Document{&product, &tag, is_of_locale});
+        added.push_back(&document->second);
+    };
+    for (const std::string& platform : selection.platforms)
+        if (product.getPlatformXmls().contains(platform))
+            add(platform, false);
+    if (product.getLocaleXmls().contains(selection.locale))
+        add(selection.locale, true);
+    return added;
+}
+
+void add_product(const Layout& layout, const ProductSelection& selection, Plan& plan) {
+    const ProductImpl& product = *selection.product;
+    ValueVector paths =
+        product.getRelativeXmlPaths(layout.root, selection.platforms, selection.locale);
+    auto listed = add_documents(selection, paths, plan);
+    const ustring key = product_impl::utils::getNameVersionPlatformKey(
+        product.getName(), product.getVersion(), tree_names::utf16(tree_names::entry_tag));
+    plan.entries.push_back({ustring_to_utf8(key), Value(std::move(paths)), std::move(listed),
+                            ustring_to_utf8(product.getBasecode())});
+}
+
+} // namespace
+
+std::string Plan::Document::text() const {
+    return (is_of_locale ? product->getLocaleXmls() : product->getPlatformXmls()).at(*tag);
+}
+
+Plan plan_write(const Layout& layout, const std::vector<ProductSelection>& selections) {
+    Plan plan;
+    plan.entries.reserve(selections.size());
+    for (const ProductSelection& selection : selections) {
+        if (!selection.product)
+            throw std::invalid_argument("a selection without a product");
+        add_product(layout, selection, plan);
+    }
+    return plan;
+}
+
+} // namespace install::tree

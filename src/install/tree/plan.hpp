@@ -1,0 +1,44 @@
+// What a write of products has to leave in a tree.
+
+#pragma once
+
+#include "foundation/json/value.hpp"
+#include "install/tree/disk/layout.hpp"
+#include "install/tree/install_tree.hpp"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace install::tree {
+
+struct Plan {
+    // A document of a product, which is asked for its text when that is needed.
+    struct Document {
+        const product_impl::ProductImpl* product;
+        const std::string* tag;
+        bool is_of_locale;
+        FileRecord written = {}; // once it is staged
+
+        [[nodiscard]] std::string text() const;
+    };
+
+    // A product's entries.
+    struct Entry {
+        std::string key;                     // of the contents map
+        foundation::json::Value paths;       // its list
+        std::vector<const Document*> listed; // the documents in it, in its order
+        std::string basecode;                // of the installed record
+    };
+
+    // By their names in appdata. Of several with one name, the last one is left.
+    std::map<std::string, Document> documents;
+    std::vector<Entry> entries; // in the order of the products
+};
+
+// The selections must outlive the plan. Throws what InstallTree::write throws before it touches the
+// tree.
+[[nodiscard]] Plan plan_write(const Layout& layout,
+                              const std::vector<ProductSelection>& selections);
+
+} // namespace install::tree

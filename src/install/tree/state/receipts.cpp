@@ -1,0 +1,121 @@
+#include "install/tree/state/receipts.hpp"
+
+#include "install/tree/state/documents.hpp"
+#include "install/tree/state/entries.hpp"
+#include "install/tree_names.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace install::tree {
+
+namespace {
+
+using foundation::json::Value;
+using foundation::json::ValueMap;
+using foundation::json::ValueVector;
+
+constexpr const char* basecode_key = "basecode";
+constexpr const char* documents_key = "documents";
+constexpr const char* time_key = "time";
+
+template <class T>
+const T* member_of(const ValueMap& members, const char* key) {
+    const auto found = members.find(key);
+    return found == members.end() ? nullptr : found->second.get_if<T>();
+}
+
+} // namespace
+
+std::optional<Receipt> receipt_in(const std::string& key, const Value& value) {
+    const auto* const members = value.get_if<ValueMap>();
+    if (members == nullptr)
+        return std::nullopt;
+    const auto* const basecode = member_of<std::string>(*members, basecode_key);
+    const auto* const documents = member_of<ValueVector>(*members, documents_key);
+    const auto time = members->find(time_key);
+    if (basecode == nullptr || documents == nullptr || time == members->end() ||
+        !time_in(time->second))
+        return std::nullopt;
+    Receipt receipt = {key, *basecode, *time_in(time->second), {}};
+    for (const Value& each : *documents) {
+        const auto* const line = each.get_if<std::string>();
+        auto document = line == nullptr ? std::nullopt : record_in(*line);
+        if (!document || !document->digest)
+            return std::nullopt;
+        receipt.documents.push_back(
+            {std::move(document->name), document->size, hexadecimal(*document->digest)});
+    }
+    return receipt;
+}
+
+Value value_of(const Receipt& receipt) {
+    ValueVector documents;
+    documents.reserve(receipt.documents.size());
+    for (const Receipt::Document& each : receipt.documents)
+        documents.emplace_back(line_of({each.path, each.size, digest_in(each.sha256)}));
+    const long long time = receipt.time.time_since_epoch().count();
+    ValueMap members;
+    members.emplace(basecode_key, receipt.basecode);
+    members.emplace(documents_key, std::move(documents));
+    members.emplace(time_key, time);
+    return Value(std::move(members));
+}
+
+bool is_current(const Receipt& receipt, const ValueMap& record) {
+    const auto found = record.find(receipt.basecode);
+    return found != record.end() && time_in(found->second) == receipt.time;
+}
+
+std::vector<Receipt> current_receipts(const ValueMap& receipts, const ValueMap& record) {
+    std::vector<Receipt> current;
+    for (const auto& [key, value] : receipts)
+        if (auto receipt = receipt_in(key, value); receipt && is_current(*receipt, record))
+            current.push_back(std::move(*receipt));
+    return current;
+}
+
+DocumentRecords::DocumentRecords(const std::vector<Receipt>& receipts) {
+    for (const Receipt& receipt : receipts)
+        for (const Receipt::Document& document : receipt.documents)
+            if (auto name = document_name(document.path)) {
+                const auto [latest, is_first] = latest_.try_emplace(*name);
+                if (is_first || latest->second.time < receipt.time)
+                    latest->second = {
+                        receipt.time,
+                        {std::move(*name), document.size, digest_in(document.sha256)}};
+            }
+}
+
+std::vector<std::string> restore_lost_receipts(const View& view, SharedFile& receipts,
+                                               const SharedFile& contents,
+                                               const SharedFile& record) {
+    const auto has_lost = [](const SharedFile& file) {
+        return !file.is(SharedFile::State::object);
+    };
+    const auto is_contradicted = [&](const std::string& key, const Receipt& receipt) {
+        const auto is_different = [&](const Receipt::Document& document) {
+            const auto name = document_name(document.path);
+            const FileRecord expected = {{}, document.size, digest_in(document.sha256)};
+            const auto fault =
+                name ? fault_of_document(view, *name, &expected, Comparison::text) : std::nullopt;
+            return fault && (fault->kind != Fault::Kind::missing || has_lost(contents));
+        };
+        const bool is_known = !has_lost(record) || record.has(receipt.basecode);
+        return (!has_lost(contents) && !contents.has(key)) ||
+               (is_known && !is_current(receipt, record.members())) ||
+               std::ranges::any_of(receipt.documents, is_different);
+    };
+    std::vector<std::string> restored;
+    const SharedFile old(view, receipts.name() + std::string(tree_names::old_suffix));
+    old.require_readable();
+    for (const auto& [key, value] : old.members())
+        if (const auto receipt = receipt_in(key, value);
+            receipt && !receipts.has(key) && !is_contradicted(key, *receipt)) {
+            receipts.set(key, value);
+            restored.push_back(key);
+        }
+    return restored;
+}
+
+} // namespace install::tree

@@ -1,0 +1,65 @@
+// The members of receipts.json: what a change left of each product. A document is one line, as a
+// tree has tens of thousands, and every write reads and writes all of them:
+//
+//     "Sample Tool 2.5 hostpf": {
+//         "basecode": "ST",
+//         "documents": ["SHA256 300 /appdata/products/Sample Tool 2.5 hostpf.xml"],
+//         "time": 1700000000123
+//     }
+
+#pragma once
+
+#include "foundation/json/value.hpp"
+#include "install/tree/disk/file_record.hpp"
+#include "install/tree/install_tree.hpp"
+#include "install/tree/journal/view.hpp"
+#include "install/tree/state/shared_file.hpp"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace install::tree {
+
+// Returns the receipt in a member of receipts.json; nothing if it is none.
+[[nodiscard]] std::optional<Receipt> receipt_in(const std::string& key,
+                                                const foundation::json::Value& value);
+[[nodiscard]] foundation::json::Value value_of(const Receipt& receipt);
+
+// Whether a receipt is that of the last write of its product, by the members of the installed
+// record.
+[[nodiscard]] bool is_current(const Receipt& receipt, const foundation::json::ValueMap& record);
+
+// Returns those among the members of receipts.json that are current.
+[[nodiscard]] std::vector<Receipt> current_receipts(const foundation::json::ValueMap& receipts,
+                                                    const foundation::json::ValueMap& record);
+
+// The documents of a tree as their receipts have them.
+class DocumentRecords {
+public:
+    explicit DocumentRecords(const std::vector<Receipt>& receipts);
+
+    // Returns how the document with the name `name` in appdata was written last; null if no receipt
+    // says so.
+    [[nodiscard]] const FileRecord* find(const std::string& name) const {
+        const auto found = latest_.find(name);
+        return found == latest_.end() ? nullptr : &found->second.record;
+    }
+
+private:
+    struct Latest {
+        InstallTree::Time time;
+        FileRecord record;
+    };
+    std::map<std::string, Latest> latest_; // by names in appdata
+};
+
+// Adds to receipts that are damaged those of the last good version that nothing contradicts: their
+// products are in the contents map, or that is lost, too; they are current, or their entries in the
+// installed record are lost; and no document that is there has another text. Returns their keys.
+std::vector<std::string> restore_lost_receipts(const View& view, SharedFile& receipts,
+                                               const SharedFile& contents,
+                                               const SharedFile& record);
+
+} // namespace install::tree
