@@ -26,9 +26,13 @@ struct Fault {
         trailing_bytes, ///< a shared file has bytes after its object, which the next write drops
         not_regular,    ///< something that is not a regular file is in a file's place
         unreadable,     ///< a file or directory could not be read
-        interrupted,    ///< an interrupted change waits to be taken back, or dropped
+        interrupted,    ///< an interrupted change waits to be rolled back, or dropped
         fewer_readers,  ///< fewer users may read documents than may read the contents map
-        not_restored,   ///< a repair leaves out what may have been removed, or has no name
+        not_restored,   ///< a repair leaves out what it cannot prove
+        repeated_key,   ///< a shared file has a member twice: the library takes the first
+        not_utf8,       ///< a shared file is in another encoding
+        swapped,        ///< the contents map is in the place of the installed record
+        other_writer,   ///< another program wrote a file after a change was interrupted
     };
 
     Kind kind = Kind::missing; ///< what is wrong

@@ -22,7 +22,8 @@ struct Health {
     Listing listing;             ///< the entries that could be read
     std::size_t documents = 0;   ///< the number of documents that are listed and there
     std::vector<Fault> problems; ///< what ought to be repaired
-    std::vector<Fault> notes;    ///< what is worth knowing, such as documents of a former selection
+    std::vector<Fault> notes; ///< what is worth knowing, such as documents of an earlier selection
+    bool is_complete = true;  ///< whether all of the tree could be looked at
 };
 
 /// How closely a tree is inspected.
@@ -38,8 +39,7 @@ struct InspectOptions {
 /// Inspects the tree at `installRoot`. Changes nothing, opens regular files alone, and never
 /// follows a listed path out of the tree. A file that cannot be read hides none of the other
 /// findings; a shared file of more than 1 GiB is reported, and not read. Throws tree_error if the
-/// tree's directory `appdata` cannot be opened, or memory is exhausted; std::bad_alloc if there is
-/// none left to report that.
+/// tree's directory `appdata` cannot be opened.
 [[nodiscard]] KX_EXPORT Health inspect(const ustring& installRoot,
                                        const InspectOptions& options = {});
 

@@ -30,18 +30,19 @@ struct RepairStep {
 struct RepairReport {
     std::vector<RepairStep> steps; ///< none for a tree that needs no repair
     std::vector<Fault> notes;      ///< what it leaves as it is, and why
+    std::vector<Fault> remaining;  ///< the problems that there are after it, as inspect finds them
 };
 
 /// Repairs the tree at `installRoot` as one change, which is done as a whole or not at all. Then
 /// the tree is locked from the first look to the last write; a dry run takes no lock.
 ///
-/// An interrupted change is taken back first. Of a damaged shared file every whole member is kept,
-/// and the file itself as NAME.damaged, or NAME.damaged.1 and so on if there is one already. Lost
-/// entries of the contents map come from the receipts, then from its last good version, NAME.old,
-/// if their documents are still there, and at last from the names of the documents. Lost entries of
-/// the installed record come from the receipts and from its NAME.old, whichever is later. While
-/// receipts.json is whole, a product without any receipt may have been removed, and is a note. In a
-/// file that is not damaged, nothing is changed but entries added for documents that are there.
+/// An interrupted change is rolled back first. Of a damaged shared file every whole member is kept,
+/// and the file itself as NAME.damaged, or NAME.damaged.1 and so on if there is one already.
+/// Entries that the contents map has lost come from current receipts, and then from its last good
+/// version, NAME.old, if their documents are all there, as a removal takes them along. Only where
+/// there never were receipts they come from the names of documents. Lost entries of the installed
+/// record, and those without a time, come from receipts, and then from its NAME.old. A file that is
+/// whole lacks nothing: a document that it does not list is a problem that remains.
 ///
 /// Throws as InstallTree does; also tree_error if something cannot be read that may be needed, as
 /// less would be restored then than could be, or if what would be written could not be read back.

@@ -1,6 +1,12 @@
-#include "install/tree/staged_change.hpp"
+// Changes of an install tree, from the arguments of InstallTree to the disk.
+
+#include "install/tree/change.hpp"
 
 #include "install/clock.hpp"
+#include "install/tree/disk/layout.hpp"
+#include "install/tree/install_tree.hpp"
+#include "install/tree/journal/journal.hpp"
+#include "install/tree/journal/recovery.hpp"
 #include "install/tree/plan.hpp"
 #include "install/tree/report/texts.hpp"
 #include "install/tree/state/documents.hpp"
@@ -9,6 +15,7 @@
 #include "install/tree/state/receipts.hpp"
 
 #include <map>
+#include <memory>
 #include <set>
 #include <utility>
 
@@ -16,6 +23,17 @@ namespace install::tree {
 
 using foundation::json::Value;
 using foundation::json::ValueVector;
+
+// A change that is staged, and the lock of its tree.
+struct StagedChange {
+    StagedChange(Directory directory, const Options& options)
+        : tree(std::move(directory), options),
+          journal(tree.appdata, tree.lock, options) {}
+
+    LockedTree tree;
+    Journal journal;
+    std::vector<InstalledProduct> removed; // with the basecodes that are
+};
 
 namespace {
 
@@ -28,7 +46,7 @@ void require_usable(FoundTree& tree) {
         return;
     tree.receipts.require_readable();
     if (tree.receipts.is_damaged())
-        restore_lost_receipts(tree.view, tree.receipts, tree.contents, tree.record);
+        restore_lost_receipts(tree);
 }
 
 Value take(SharedFile& file, const std::string& key) {
@@ -104,10 +122,8 @@ void set_entries(Plan::Entry& entry, long long milliseconds, FoundTree& tree) {
         tree.receipts.set(entry.key, value_of(receipt));
 }
 
-} // namespace
-
-std::unique_ptr<StagedChange> prepare_change(const Layout& layout, const Options& options,
-                                             const Change& change) {
+std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options,
+                                    const Change& change) {
     constexpr std::size_t shared_files = 6; // three, and what they were
     Plan plan = plan_write(layout, change.write);
     auto staged = std::make_unique<StagedChange>(
@@ -129,6 +145,34 @@ std::unique_ptr<StagedChange> prepare_change(const Layout& layout, const Options
     for (const std::string& name : doomed)
         journal.remove(name);
     return staged;
+}
+
+} // namespace
+
+PreparedChange InstallTree::prepare(const Change& change) {
+    if (!change.write.empty() || !change.remove.empty())
+        return PreparedChange(stage(Layout(root_), options_, change));
+    static_cast<void>(recover());
+    return PreparedChange(nullptr);
+}
+
+PreparedChange::PreparedChange(std::unique_ptr<StagedChange> staged) noexcept
+    : staged_(std::move(staged)) {}
+PreparedChange::PreparedChange(PreparedChange&& other) noexcept = default;
+PreparedChange& PreparedChange::operator=(PreparedChange&& other) noexcept = default;
+PreparedChange::~PreparedChange() = default;
+
+std::vector<ChangeStep> PreparedChange::steps() const {
+    return staged_ ? staged_->journal.steps() : std::vector<ChangeStep>();
+}
+
+std::vector<InstalledProduct> PreparedChange::removed() const {
+    return staged_ ? staged_->removed : std::vector<InstalledProduct>();
+}
+
+void PreparedChange::commit() {
+    if (const auto staged = std::exchange(staged_, nullptr))
+        staged->journal.commit();
 }
 
 } // namespace install::tree

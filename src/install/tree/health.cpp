@@ -1,17 +1,18 @@
 #include "install/tree/health.hpp"
 
 #include "install/tree/disk/layout.hpp"
+#include "install/tree/inspection.hpp"
 #include "install/tree/journal/recovery.hpp"
 #include "install/tree/journal/view.hpp"
 #include "install/tree/report/texts.hpp"
 #include "install/tree/state/documents.hpp"
 #include "install/tree/state/entries.hpp"
-#include "install/tree/state/found_tree.hpp"
 #include "install/tree/state/receipts.hpp"
 #include "install/tree_names.hpp"
 
+#include <utf8.h>
+
 #include <algorithm>
-#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -22,6 +23,10 @@ namespace {
 using foundation::json::Value;
 using Kind = Fault::Kind;
 
+bool is_ascii(const std::string& text) {
+    return std::ranges::all_of(text, [](char byte) { return (byte & 0x80) == 0; });
+}
+
 // Compares the files of a tree with each other, and collects what it finds.
 class Inspection {
 public:
@@ -30,22 +35,24 @@ public:
           options_(options),
           documents_(tree.view) {
         health_.listing = tree.listing();
+        health_.problems = documents_.faults;
     }
 
     Health run() {
         inspect_remains();
-        inspect_shared_file(tree_.record);
-        inspect_record();
-        inspect_shared_file(tree_.contents);
-        if (!tree_.receipts.is(SharedFile::State::missing)) // serialize leaves none
-            inspect_shared_file(tree_.receipts);
-        for (const auto& [key, value] : tree_.contents.members())
-            inspect_member(key, value);
-        health_.problems.insert(health_.problems.end(), documents_.faults.begin(),
-                                documents_.faults.end());
-        inspect_documents();
-        inspect_texts();
+        for (const SharedFile* const file : {&tree_.record, &tree_.contents, &tree_.receipts})
+            if (file != &tree_.receipts || !file->is(SharedFile::State::missing))
+                inspect_shared_file(*file); // serialize leaves no receipts
+        if (tree_.are_swapped())
+            add_problem(Kind::swapped, tree_.contents.path(),
+                        "This is the installed record, and the contents map is in its place.");
+        else
+            inspect_entries();
         inspect_readers();
+        health_.is_complete =
+            !documents_.failure && std::ranges::none_of(health_.problems, [](const Fault& fault) {
+                return fault.kind == Kind::unreadable;
+            });
         return std::move(health_);
     }
 
@@ -62,7 +69,11 @@ private:
     void inspect_remains() {
         const View& view = tree_.view;
         if (const auto& fault = view.fault())
-            add_problem(Kind::unreadable, fault->path(), fault->what());
+            return add_problem(
+                Kind::interrupted, fault->path(),
+                fault->what() + std::string("\nNeither a change nor a repair can roll this back: "
+                                            "rename .undo, and compare what is wrong then with "
+                                            "the files in it."));
         if (find_remains(view.appdata()) == Remains::none || is_locked(view.appdata()))
             return;
         const Remains remains = find_remains(view.appdata());
@@ -73,22 +84,42 @@ private:
             add_problem(Kind::interrupted, view.path_of(tree_names::staging),
                         "A change was interrupted here before it began, or after its end. The next "
                         "one, or a repair, drops what it left.");
+        for (const std::string& path : view.files_of_others())
+            add_note(
+                Kind::other_writer, path,
+                "Another program wrote this after a change was interrupted. It stays when that "
+                "is rolled back.");
     }
 
     void inspect_shared_file(const SharedFile& file) {
         if (auto fault = file.fault())
             health_.problems.push_back(std::move(*fault));
-        else if (file.trailing_bytes() > 0)
+        if (file.trailing_bytes() > 0)
             add_note(Kind::trailing_bytes, file.path(),
                      "After the object come " + std::to_string(file.trailing_bytes()) +
                          " bytes, which the next write drops.");
+        if (file.repeated_keys() > 0)
+            add_note(Kind::repeated_key, file.path(),
+                     "The number of members whose keys it had before is " +
+                         std::to_string(file.repeated_keys()) +
+                         ". This library takes the first of each, as others may not, and the next "
+                         "write drops the rest.");
     }
 
-    void inspect_record() {
+    void inspect_entries() {
         for (const auto& [basecode, value] : tree_.record.members())
             if (!time_in(value))
                 add_problem(Kind::no_time, tree_.record.path(),
                             "The entry " + in_quotes(basecode) + " has no time.");
+        for (const auto& [key, value] : tree_.contents.members())
+            inspect_member(key, value);
+        if (is_in_other_encoding_)
+            add_problem(Kind::not_utf8, tree_.contents.path(),
+                        "Some of its text is not UTF-8: another program wrote it in another "
+                        "encoding.");
+        inspect_receipts();
+        inspect_documents();
+        inspect_texts();
     }
 
     void inspect_member(const std::string& key, const Value& value) {
@@ -101,7 +132,10 @@ private:
         if (!paths)
             return;
         for (const std::string& path : *paths)
-            inspect_listed(key, path, is_entry);
+            if (utf8::is_valid(key) && utf8::is_valid(path))
+                inspect_listed(key, path, is_entry);
+            else
+                is_in_other_encoding_ = true;
     }
 
     void inspect_listed(const std::string& key, const std::string& path, bool is_entry) {
@@ -120,11 +154,33 @@ private:
         if (documents_.files.contains(*name))
             return;
         auto fault = fault_of_document(tree_.view, *name, nullptr, Comparison::size);
-        if (!fault || fault->kind == Kind::not_regular) // which has been reported
+        const bool is_reported = fault && (fault->kind == Kind::not_regular ||
+                                           (fault->kind == Kind::unreadable && documents_.failure));
+        if (!fault || is_reported)
             return;
         if (fault->kind == Kind::missing)
             fault->text += ' ' + entry + "it.";
         health_.problems.push_back(std::move(*fault));
+    }
+
+    // A product that was written by a change has an entry in the installed record.
+    void inspect_receipts() {
+        if (!tree_.record.is(SharedFile::State::object))
+            return;
+        for (const auto& [key, value] : tree_.receipts.members()) {
+            const auto receipt = receipt_in(key, value);
+            if (!receipt || !tree_.contents.has(key))
+                continue;
+            const auto entry = tree_.record.members().find(receipt->basecode);
+            if (entry == tree_.record.members().end())
+                add_problem(Kind::missing, tree_.record.path(),
+                            "The product " + in_quotes(key) + " has no entry; its basecode is " +
+                                in_quotes(receipt->basecode) + '.');
+            else if (const auto time = time_in(entry->second); time && *time < receipt->time)
+                add_note(Kind::old, tree_.record.path(),
+                         "The entry " + in_quotes(receipt->basecode) +
+                             " is older than the receipt of " + in_quotes(key) + '.');
+        }
     }
 
     void inspect_documents() {
@@ -132,7 +188,7 @@ private:
         for (const auto& [name, file] : documents_.files) {
             if (listed_.has(name))
                 ++health_.documents;
-            else if (!is_list_whole)
+            else if (!is_list_whole || (is_in_other_encoding_ && !is_ascii(name)))
                 continue;
             else if (listed_.has_product_of(name))
                 add_note(Kind::not_listed, tree_.view.path_of(name),
@@ -184,6 +240,7 @@ private:
     const InspectOptions& options_;
     Documents documents_;
     ListedDocuments listed_;
+    bool is_in_other_encoding_ = false;
     Health health_;
 };
 
@@ -200,27 +257,32 @@ std::vector<ListedDocument> find_listed_documents(const View& view, const std::s
     std::vector<ListedDocument> documents;
     for (const std::string& path : *paths) {
         ListedDocument& document = documents.emplace_back(ListedDocument{path, {}, 0, false, {}});
-        if (const auto name = document_name(path)) {
-            const FileRecord* const expected = records.find(*name);
-            document.file = view.path_of(*name);
-            document.has_receipt = expected != nullptr;
-            document.fault = fault_of_document(view, *name, expected, Comparison::text);
-            if (!document.fault || document.fault->kind != Kind::unreadable)
-                document.size = view.status(*name).size;
-        } else {
+        const auto name = document_name(path);
+        if (!name) {
             document.fault = {Kind::outside, tree.contents.path(),
                               "The path is not in the directory of the documents."};
+            continue;
         }
+        const FileRecord* const expected = records.find(*name);
+        document.file = view.path_of(*name);
+        document.has_receipt = expected != nullptr;
+        document.fault = fault_of_document(view, *name, expected, Comparison::text);
+        if (!document.fault || document.fault->kind != Kind::unreadable)
+            document.size = view.status(*name).size;
     }
     return documents;
 }
 
 } // namespace
 
+Health inspect(const FoundTree& tree, const InspectOptions& options) {
+    return Inspection(tree, options).run();
+}
+
 Health inspect(const ustring& installRoot, const InspectOptions& options) {
     const Directory appdata = open_tree(Layout(installRoot));
-    return read_committed(
-        appdata, [&](const View& view) { return Inspection(FoundTree(view), options).run(); });
+    return read_committed(appdata,
+                          [&](const View& view) { return inspect(FoundTree(view), options); });
 }
 
 std::vector<ListedDocument> documents_of(const ustring& installRoot, const std::string& key) {

@@ -3,7 +3,6 @@
 #include "install/tree/disk/layout.hpp"
 #include "install/tree/journal/recovery.hpp"
 #include "install/tree/journal/view.hpp"
-#include "install/tree/staged_change.hpp"
 #include "install/tree/state/found_tree.hpp"
 #include "install/tree/tree_error.hpp"
 
@@ -15,13 +14,6 @@ InstallTree::InstallTree(ustring installRoot, Options options)
     : root_(std::move(installRoot)),
       options_(std::move(options)) {
     static_cast<void>(Layout(root_)); // throws now rather than later
-}
-
-PreparedChange InstallTree::prepare(const Change& change) {
-    if (!change.write.empty() || !change.remove.empty())
-        return PreparedChange(prepare_change(Layout(root_), options_, change));
-    static_cast<void>(recover());
-    return PreparedChange(nullptr);
 }
 
 void InstallTree::apply(const Change& change) {
@@ -53,25 +45,6 @@ std::optional<Recovery> InstallTree::recover() {
     if (!appdata || find_remains(*appdata) == Remains::none)
         return std::nullopt;
     return LockedTree(std::move(*appdata), options_).recovery;
-}
-
-PreparedChange::PreparedChange(std::unique_ptr<StagedChange> staged) noexcept
-    : staged_(std::move(staged)) {}
-PreparedChange::PreparedChange(PreparedChange&& other) noexcept = default;
-PreparedChange& PreparedChange::operator=(PreparedChange&& other) noexcept = default;
-PreparedChange::~PreparedChange() = default;
-
-std::vector<ChangeStep> PreparedChange::steps() const {
-    return staged_ ? staged_->journal.steps() : std::vector<ChangeStep>();
-}
-
-std::vector<InstalledProduct> PreparedChange::removed() const {
-    return staged_ ? staged_->removed : std::vector<InstalledProduct>();
-}
-
-void PreparedChange::commit() {
-    if (const auto staged = std::exchange(staged_, nullptr))
-        staged->journal.commit();
 }
 
 } // namespace install::tree

@@ -31,7 +31,8 @@ RepairReport find_repair(const View& view) {
     RepairReport report = plan_repair(FoundTree(view)).report;
     const Remains remains = is_locked(appdata) ? Remains::none : find_remains(appdata);
     if (remains != Remains::none) // and what holds the lock is alive
-        report_recovery(report, appdata, {remains == Remains::to_roll_back, {}});
+        report_recovery(report, appdata,
+                        {remains == Remains::to_roll_back, view.files_of_others()});
     return report;
 }
 

@@ -1,5 +1,6 @@
 #include "install/tree/repair_plan.hpp"
 
+#include "install/tree/inspection.hpp"
 #include "install/tree/report/texts.hpp"
 #include "install/tree/state/documents.hpp"
 #include "install/tree/state/entries.hpp"
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,18 +37,18 @@ std::optional<std::string> key_of(const std::string& name) {
         .append(tree_names::entry_tag);
 }
 
-Paths paths_of(const Receipt& receipt) {
-    Paths paths;
-    for (const Receipt::Document& document : receipt.documents)
-        paths.push_back(document.path);
-    return paths;
-}
-
 Value list_of(const Paths& paths) {
     ValueVector elements;
     for (const std::string& path : paths)
         elements.emplace_back(path);
     return Value(std::move(elements));
+}
+
+Paths paths_of(const Receipt& receipt) {
+    Paths paths;
+    for (const Receipt::Document& document : receipt.documents)
+        paths.push_back(document.path);
+    return paths;
 }
 
 // A file has lost members if it holds no object; what it lacks otherwise was removed.
@@ -83,26 +83,28 @@ public:
           old_record_(tree_.view, tree_.record),
           has_lost_contents_(has_lost_members(tree_.contents)),
           has_lost_record_(has_lost_members(tree_.record)),
-          are_receipts_whole_(!has_lost_members(tree_.receipts)) {
+          has_lost_receipts_(has_lost_members(tree_.receipts)) {
         tree_.receipts.require_readable();
         if (documents_.failure)
             throw tree_error(*documents_.failure);
-        for (const auto& [key, value] : tree_.contents.members())
-            listed_.add(key, value);
     }
 
     void run() {
+        swap_back();
         for (SharedFile* const file : {&tree_.contents, &tree_.record, &tree_.receipts})
             keep_damaged(*file);
         restore_receipts();
         find_latest_receipts();
-        restore_entries_from_receipts();
-        restore_members_from_old();
-        restore_entries_from_documents();
+        require_documents();
+        if (has_lost_contents_)
+            restore_entries();
         restore_times();
         for (SharedFile* const file : {&tree_.contents, &tree_.record, &tree_.receipts})
             if (file->is_edited())
                 file->require_round_trip();
+        plan_.report.remaining = inspect(tree_).problems;
+        std::erase_if(plan_.report.remaining,
+                      [](const Fault& fault) { return fault.kind == Fault::Kind::interrupted; });
     }
 
 private:
@@ -112,6 +114,14 @@ private:
 
     void add_note(const std::string& path, std::string text) {
         plan_.report.notes.push_back({Fault::Kind::not_restored, path, std::move(text)});
+    }
+
+    void swap_back() {
+        if (!tree_.are_swapped())
+            return;
+        tree_.contents.swap_members(tree_.record);
+        add_step(tree_.contents, "Swap this file and " + tree_.record.name() +
+                                     ", of which each holds the members of the other.");
     }
 
     void keep_damaged(SharedFile& file) {
@@ -125,111 +135,98 @@ private:
     }
 
     void restore_receipts() {
-        if (are_receipts_whole_)
+        if (!has_lost_receipts_)
             return;
-        for (const std::string& key :
-             restore_lost_receipts(tree_.view, tree_.receipts, tree_.contents, tree_.record))
+        for (const std::string& key : restore_lost_receipts(tree_))
             add_step(tree_.receipts, "Restore the receipt of " + in_quotes(key) + " from " +
                                          tree_.receipts.name() +
                                          std::string(tree_names::old_suffix) + '.');
     }
 
+    // Those of which no later write is known, as far as the installed record is.
     void find_latest_receipts() {
-        for (const auto& [key, value] : tree_.receipts.members())
-            if (auto receipt = receipt_in(key, value); receipt && is_latest(*receipt))
+        for (const auto& [key, value] : tree_.receipts.members()) {
+            auto receipt = receipt_in(key, value);
+            if (!receipt)
+                continue;
+            const bool is_lost = tree_.record.has(receipt->basecode)
+                                     ? !time_in(tree_.record.members().at(receipt->basecode))
+                                     : has_lost_record_;
+            if (is_lost ? is_latest(*receipt) : is_current(*receipt, tree_.record.members()))
                 latest_.push_back(std::move(*receipt));
+        }
     }
 
-    // Whether no later write is known, as far as the installed record is.
+    // Where the last good version has a later time, the clock may have been turned back since: the
+    // documents tell.
     [[nodiscard]] bool is_latest(const Receipt& receipt) const {
-        if (!has_lost_record_ || tree_.record.has(receipt.basecode))
-            return is_current(receipt, tree_.record.members());
         const auto old = old_record_.members.find(receipt.basecode);
-        return old == old_record_.members.end() || time_in(old->second) <= receipt.time;
-    }
-
-    // A removal takes the receipt, too, be it of the last write or of an earlier one.
-    [[nodiscard]] bool may_be_removed(const std::string& key) const {
-        return are_receipts_whole_ && !tree_.receipts.has(key);
-    }
-
-    [[nodiscard]] bool is_there(const std::string& path) const {
-        const auto name = document_name(path);
-        return name && documents_.files.contains(*name);
+        return old == old_record_.members.end() || time_in(old->second) <= receipt.time ||
+               std::ranges::none_of(receipt.documents, [&](const Receipt::Document& document) {
+                   return fault_of_document(tree_.view, document).has_value();
+               });
     }
 
     [[nodiscard]] bool are_documents_there(const Paths& paths) const {
-        return std::ranges::all_of(paths, [&](const std::string& path) { return is_there(path); });
+        return std::ranges::all_of(paths, [&](const std::string& path) {
+            const auto name = document_name(path);
+            return name && documents_.files.contains(*name);
+        });
+    }
+
+    // Without the directory of the documents, all of them would seem to be removed.
+    void require_documents() {
+        if (has_lost_contents_ && !tree_.view.status(tree_names::documents).is_there() &&
+            !(latest_.empty() && old_contents_.members.empty()))
+            throw tree_error("repair", tree_.view.path_of(tree_names::documents),
+                             "The directory of the documents is missing. Restore it first.");
     }
 
     void restore_entry(const std::string& key, Value value, const std::string& source) {
-        listed_.add(key, value);
         tree_.contents.set(key, std::move(value));
         add_step(tree_.contents, "Restore the entry " + in_quotes(key) + " from " + source + '.');
     }
 
-    // An entry that a whole contents map lacks may have been removed by hand, with all its
-    // documents.
-    void restore_entries_from_receipts() {
-        for (const Receipt& receipt : latest_) {
-            const Paths paths = paths_of(receipt);
-            const bool is_needed =
-                has_lost_contents_ ||
-                std::ranges::any_of(paths, [&](const std::string& path) { return is_there(path); });
-            if (is_needed && !tree_.contents.has(receipt.key))
-                restore_entry(receipt.key, list_of(paths), tree_.receipts.name());
-        }
-    }
-
-    void restore_members_from_old() {
+    void restore_entries() {
+        for (const Receipt& receipt : latest_)
+            if (!tree_.contents.has(receipt.key))
+                restore_entry(receipt.key, list_of(paths_of(receipt)), tree_.receipts.name());
         for (const auto& [key, value] : old_contents_.members)
-            if (tree_.contents.has(key))
-                continue;
-            else if (is_entry_key(key))
-                restore_entry_from_old(key, value);
-            else {
-                tree_.contents.set(key, value);
-                add_step(tree_.contents, "Restore the member " + in_quotes(key) +
-                                             " of another program from " + old_contents_.name +
-                                             '.');
-            }
+            if (!tree_.contents.has(key))
+                restore_member_from_old(key, value);
+        const std::string old_receipts =
+            tree_.receipts.name() + std::string(tree_names::old_suffix);
+        const bool never_had_receipts = tree_.receipts.is(SharedFile::State::missing) &&
+                                        !tree_.view.status(old_receipts).is_there();
+        if (never_had_receipts) // which would have been removed with their products
+            restore_entries_from_documents();
     }
 
-    void restore_entry_from_old(const std::string& key, const Value& value) {
+    // Of a removed entry the documents are gone, too.
+    void restore_member_from_old(const std::string& key, const Value& value) {
         const auto paths = paths_in(value);
-        const std::string entry = "The entry " + in_quotes(key) + " of " + old_contents_.name;
-        if (!paths)
-            return add_note(tree_.contents.path(), entry + " is not a list of paths.");
-        if (!are_documents_there(*paths))
-            return; // they went with it, or their names will tell
-        if (!may_be_removed(key))
-            return restore_entry(key, value, old_contents_.name);
-        if (paths->empty())
-            return;
-        for_each_listed_document(value, [this](const std::string& name) { noted_.insert(name); });
-        add_note(tree_.contents.path(),
-                 entry +
-                     " has no receipt, so that it may have been removed. Write the product again.");
+        if (is_entry_key(key) && !paths)
+            return add_note(tree_.contents.path(), "The entry " + in_quotes(key) + " of " +
+                                                       old_contents_.name +
+                                                       " is not a list of paths.");
+        if (!is_entry_key(key) || are_documents_there(*paths))
+            restore_entry(key, value, old_contents_.name);
     }
 
     void restore_entries_from_documents() {
+        ListedDocuments listed;
+        for (const auto& [key, value] : tree_.contents.members())
+            listed.add(key, value);
         std::map<std::string, Paths> lost; // names of documents by key
-        for (const auto& [name, file] : documents_.files) {
-            const auto key = key_of(name);
-            if (!key || listed_.has(name) || listed_.has_product_of(name))
+        for (const auto& [name, file] : documents_.files)
+            if (const auto key = key_of(name);
+                !key || listed.has(name) || listed.has_product_of(name))
                 continue;
-            if (!utf8::is_valid(name))
-                add_note(tree_.view.path_of(name),
-                         "No entry can list this document: its name is not "
-                         "UTF-8.");
-            else if (!may_be_removed(*key))
+            else if (utf8::is_valid(name))
                 lost[*key].push_back(name);
-            else if (!noted_.contains(name))
-                add_note(
-                    tree_.view.path_of(name),
-                    "No entry lists this document, and no receipt knows it, so that its product "
-                    "may have been removed.");
-        }
+            else
+                add_note(tree_.view.path_of(name),
+                         "No entry can list this document: its name is not UTF-8.");
         const std::string directory = directory_in_lists();
         for (auto& [key, names] : lost)
             restore_entry_from_documents(key, std::move(names), directory);
@@ -249,44 +246,33 @@ private:
     // Returns what paths in appdata begin with in the lists of other entries.
     [[nodiscard]] std::string directory_in_lists() const {
         const std::string directory = tree_names::join(tree_names::appdata, "");
-        const ValueMap* const sources[] = {&tree_.contents.members(), &old_contents_.members};
-        for (const ValueMap* const members : sources)
-            for (const auto& [key, value] : *members)
-                if (const auto paths = paths_in(value);
-                    is_entry_key(key) && paths && !paths->empty())
-                    return paths->front().starts_with('/') ? '/' + directory : directory;
+        for (const auto& [key, value] : tree_.contents.members())
+            if (const auto paths = paths_in(value); is_entry_key(key) && paths && !paths->empty())
+                return paths->front().starts_with('/') ? '/' + directory : directory;
         return '/' + directory;
     }
 
+    // Of entries that are lost, or have no time.
     void restore_times() {
-        struct Lost {
-            InstallTree::Time time;
-            const std::string* source;
-        };
-        std::map<std::string, Lost> lost; // by basecodes
-        const auto add = [&](const std::string& basecode, const Lost& found) {
-            if (tree_.record.has(basecode))
-                return;
-            Lost& latest = lost.try_emplace(basecode, found).first->second;
-            if (latest.time < found.time)
-                latest = found;
-        };
-        for (const Receipt& receipt : latest_)
-            add(receipt.basecode, {receipt.time, &tree_.receipts.name()});
-        for (const auto& [basecode, value] : old_record_.members)
-            if (const auto time = time_in(value))
-                add(basecode, {*time, &old_record_.name});
-            else if (!tree_.record.has(basecode)) {
-                tree_.record.set(basecode, value);
-                add_step(tree_.record, "Restore the member " + in_quotes(basecode) +
-                                           " of another program from " + old_record_.name + '.');
-            }
-        for (const auto& [basecode, found] : lost) {
-            const long long time = found.time.time_since_epoch().count();
-            tree_.record.set(basecode, Value(time));
-            add_step(tree_.record,
-                     "Restore the entry " + in_quotes(basecode) + " from " + *found.source + '.');
+        std::map<std::string, InstallTree::Time> times; // of receipts, by basecodes
+        for (const Receipt& receipt : latest_) {
+            auto& time = times.try_emplace(receipt.basecode, receipt.time).first->second;
+            time = std::max(time, receipt.time);
         }
+        for (const auto& [basecode, time] : times)
+            if (!tree_.record.has(basecode) || !time_in(tree_.record.members().at(basecode)))
+                restore_time(basecode,
+                             Value(static_cast<long long>(time.time_since_epoch().count())),
+                             tree_.receipts.name());
+        for (const auto& [basecode, value] : old_record_.members)
+            if (!tree_.record.has(basecode))
+                restore_time(basecode, value, old_record_.name);
+    }
+
+    void restore_time(const std::string& basecode, Value value, const std::string& source) {
+        tree_.record.set(basecode, std::move(value));
+        add_step(tree_.record,
+                 "Restore the entry " + in_quotes(basecode) + " from " + source + '.');
     }
 
     RepairPlan& plan_;
@@ -296,10 +282,8 @@ private:
     LastVersion old_record_;
     bool has_lost_contents_; // before the repair, as the next two
     bool has_lost_record_;
-    bool are_receipts_whole_; // so that they have every product that was not removed
-    ListedDocuments listed_;
+    bool has_lost_receipts_;
     std::vector<Receipt> latest_; // those that are of the last writes
-    std::set<std::string> noted_; // documents of entries that are left out
 };
 
 } // namespace

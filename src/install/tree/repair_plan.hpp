@@ -8,14 +8,12 @@
 namespace install::tree {
 
 struct RepairPlan {
-    FoundTree tree; // with what the repair changes
+    FoundTree tree; // as the repair leaves it
     RepairReport report;
 };
 
-// Lost entries come from where it is certain that they were: the whole members of the damaged file
-// itself, receipts, the last good version. Names of documents come last, and only where no receipts
-// could know better. Throws tree_error if something cannot be read of which an entry might come, or
-// if what the repair would write could not be read back.
+// Restores what can be proved: see repair. Throws tree_error if something cannot be read of which
+// an entry might come, or if what the repair would write could not be read back.
 [[nodiscard]] RepairPlan plan_repair(FoundTree tree);
 
 } // namespace install::tree

@@ -75,7 +75,7 @@ TEST_F(Repaired, WithWhatIsLeft) {
          "{" + entry("A") + "," + entry("B") + "," + entry("C") + "," + typed + "}"},
         {"{\"B 1 hostpf\":4,\"B 1 hostpf\":5,",
          "{" + entry("A") + R"(,"B 1 hostpf":4,)" + entry("C") + "}"},
-        {"{" + entry("A") + "}", map_}, // not damaged, but documents are not listed
+        {"{" + entry("A") + "}", "{" + entry("A") + "}"}, // whole, so that nothing is missing
     };
     for (const auto& [damaged, expected] : texts) {
         SCOPED_TRACE(damaged);
@@ -85,7 +85,12 @@ TEST_F(Repaired, WithWhatIsLeft) {
     }
 }
 
-// The removed product stays away, and whatever a receipt knows comes back.
+std::string six_times(const std::string& text) {
+    return text + text + text + text + text + text;
+}
+
+// The removed product stays away, unless its documents are there, and whatever a receipt knows
+// comes back.
 TEST(RepairedFromReceipts, IsWhatIsKnown) {
     struct Row {
         const char* damage;
@@ -100,18 +105,15 @@ TEST(RepairedFromReceipts, IsWhatIsKnown) {
     const std::vector<std::string> both = {b + "hostpf.xml", b + "en.xml"};
     const std::string gone = products + "gone 1 ";
     const std::map<std::string, std::string> removed = {
-        {contents_map, ""},
         {gone + "hostpf.xml", ""},
         {contents_map + ".old", R"({"gone 1 hostpf":["appdata/products/gone 1 hostpf.xml"]})"}};
     const std::vector<Row> rows = {
-        {"no entry is left", {}, {{contents_map, "{}"}}, all, "|"},
-        {"empty map", {}, {{contents_map, ""}}, all, "|"},
+        {"a whole map", {}, {{contents_map, "{}"}}, "", six_times("not_listed ") + "|"},
+        {"an empty map", {}, {{contents_map, ""}}, all, "|"},
         {"no map", {contents_map}, {}, all, "|"},
-        {"the map that had it", {}, removed, all, "not_listed |not_restored empty "},
-        {"without a receipt", {}, {{gone + "en.xml", "x"}}, all, "not_listed |not_restored "},
-        {"a document, and its entry", {b + "en.xml"}, {{contents_map, "{}"}}, all, "missing |"},
+        {"the map that had it", {contents_map}, removed, all + "gone 1 hostpf|", "|empty "},
+        {"without a receipt", {}, {{gone + "en.xml", "x"}}, all, "not_listed |"},
         {"all documents, and the map", both, {{contents_map, ""}}, all, "missing missing |"},
-        {"the same, and only the entry", both, {{contents_map, "{}"}}, others, "|"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.damage);
@@ -140,42 +142,31 @@ TEST(RepairedFromReceipts, IsWhatIsKnown) {
     }
 }
 
-// Not from a receipt where serialize came later, as the installed record says, or its last good
-// version.
+// Where another program wrote a product later, as the installed record says, or as its last good
+// version says and the documents do not deny, the receipt is not current.
 TEST(RepairedFromReceipts, IsOfTheLastWrite) {
-    for (const bool has_record : {true, false}) {
+    struct Row {
+        bool has_record, is_document_edited, is_from_receipt;
+    };
+    for (const auto& [has_record, is_document_edited, is_from_receipt] :
+         {Row{true, false, false}, Row{false, true, false}, Row{false, false, true}}) {
         const TemporaryDirectory directory;
         InstallTree tree(directory.upath());
         tree.write({selection(u"A"), selection(u"B")});
         const auto time = std::to_string(tree.list().record[1].time.time_since_epoch().count());
-        const std::string later = R"({"A":4000000000000,"B":)" + time + '}';
-        directory.write(installed_record, has_record ? later : "");
+        const std::string later = R"({"A":4000000000000,"B":)" + time + R"(,"x":null})";
+        directory.write(installed_record, has_record ? later : R"({"x":null,)");
         directory.write(installed_record + ".old", later);
+        if (is_document_edited)
+            directory.write(products + "A 1 en.xml", "edited");
         fs::remove(directory.path(contents_map));
         directory.write(contents_map + ".old",
                         R"({"A 1 hostpf":["/appdata/products/A 1 en.xml"]})");
-        std::string steps;
-        for (const RepairStep& step : repair(directory.upath(), RepairMode::apply).steps)
-            if (step.path.ends_with("prodcontents.json"))
-                steps += step.text;
-        EXPECT_EQ(steps, "Restore the entry \"B 1 hostpf\" from receipts.json."
-                         "Restore the entry \"A 1 hostpf\" from prodcontents.json.old.");
-        EXPECT_EQ(tree.list().contents.at(0).paths.size(), 1U);
-    }
-}
-
-TEST(RepairedFromReceipts, HasTheLatestTimes) {
-    for (const char* const damaged : {"", "{\"B\":2,"}) {
-        const TemporaryDirectory directory;
-        InstallTree tree(directory.upath());
-        tree.write({selection(u"A"), selection(u"B")});
-        const auto time = tree.list().record[0].time;
-        directory.write(installed_record, damaged);
-        directory.write(installed_record + ".old", R"({"A":1,"B":4000000000000,"x":null})");
         repair(directory.upath(), RepairMode::apply);
-        EXPECT_EQ(tree.list().record.at(0).time, time);
-        EXPECT_EQ(directory.content(installed_record).substr(19),
-                  *damaged == '\0' ? R"("B":4000000000000,"x":null})" : R"("B":2,"x":null})");
+        EXPECT_EQ(tree.list().contents.at(0).paths.size(), is_from_receipt ? 2U : 1U);
+        EXPECT_EQ(files_of(directory)[installed_record],
+                  is_from_receipt ? R"({"A":NOW,"B":NOW,"x":null})"
+                                  : R"({"A":4000000000000,"B":NOW,"x":null})");
     }
 }
 

@@ -42,6 +42,10 @@ struct JsonFileDiagnosis {
 
     /// The number of trailing bytes after the first value. The next write to the tree drops them.
     std::size_t ignored_bytes = 0;
+
+    /// The number of members of an object whose keys it had before. Their values are ignored, and
+    /// the next write to the tree drops them.
+    std::size_t repeated_keys = 0;
 };
 
 /// Diagnoses the JSON text `text`; the state is damaged, no_object or object. Throws

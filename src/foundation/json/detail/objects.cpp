@@ -27,7 +27,7 @@ parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool
 } // namespace
 
 parse_result read_members(ValueMap& members, Iterator& pos, const Iterator& end,
-                          bool allow_comments, int depth) {
+                          bool allow_comments, int depth, std::size_t* repeated) {
     constexpr Brackets brackets = {'{', '}', parse_no_object_open, parse_bad_object_separator};
     // Of views, those of another length are not compared at all.
     constexpr std::string_view data_key = typed_data_key;
@@ -57,6 +57,8 @@ parse_result read_members(ValueMap& members, Iterator& pos, const Iterator& end,
             return read_value(member->first, member->second);
         }
         // The first value of a key is kept; a later one is read to its end and dropped.
+        if (repeated != nullptr)
+            ++*repeated;
         Value dropped;
         return read_value(member->first, dropped);
     };

@@ -15,6 +15,7 @@
 #include "foundation/json/typed_integers.hpp"
 #include "foundation/json/value.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -79,9 +80,10 @@ inline void store_value(Value& target, Value& source) noexcept {
                                                 bool allow_comments, int depth = 0);
 
 // Reads an object into `members`, which must be empty. After a failure they are those that a comma
-// follows: any other may be truncated.
+// follows: any other may be truncated. Counts `repeated` keys, whose values are dropped.
 [[nodiscard]] parse_result read_members(ValueMap& members, Iterator& pos, const Iterator& end,
-                                        bool allow_comments, int depth = 0);
+                                        bool allow_comments, int depth = 0,
+                                        std::size_t* repeated = nullptr);
 
 // Typed integers (typed_numbers.cpp): see foundation/json/typed_integers.hpp. The two members may
 // come in either order.

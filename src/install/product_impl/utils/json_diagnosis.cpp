@@ -73,8 +73,10 @@ JsonFileDiagnosis diagnoseJson(const std::string& text, ValueMap& members) {
     Value other; // what is there instead of an object
     auto pos = text.begin();
     const bool is_object = text.starts_with('{');
-    const json::parse_result code = is_object ? json::read_members(members, pos, text.end(), false)
-                                              : json::parse_value(other, pos, text.end(), false);
+    std::size_t repeated_keys = 0;
+    const json::parse_result code =
+        is_object ? json::read_members(members, pos, text.end(), false, 0, &repeated_keys)
+                  : json::parse_value(other, pos, text.end(), false);
     JsonFileDiagnosis result;
     if (code != json::parse_ok)
         result = diagnosis(State::damaged, json::describe(code));
@@ -84,6 +86,7 @@ JsonFileDiagnosis diagnoseJson(const std::string& text, ValueMap& members) {
         result = diagnosis(State::no_object,
                            "The text is not an object: " + failure_to_be_an_object(other) + ".");
     result.code = code;
+    result.repeated_keys = repeated_keys;
     locate(result, text, static_cast<std::size_t>(pos - text.begin()));
     if (code == json::parse_ok)
         result.ignored_bytes = text.size() - result.offset;

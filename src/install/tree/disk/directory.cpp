@@ -9,8 +9,6 @@
 #include <climits>
 #include <cstdio>
 #include <memory>
-#include <type_traits>
-#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -34,17 +32,10 @@ tree_error missing(const char* operation, const std::string& path) {
     return {operation, path, std::error_code(ENOENT, std::system_category())};
 }
 
-// Throws unless a call of the system returned a success. `path` is there already, or a function
-// that returns it, as nothing may fail after a success.
-template <class Path>
-void require_success(int result, const char* operation, const Path& path) {
-    if (result != -1)
-        return;
-    const std::error_code code = last_error();
-    if constexpr (std::is_invocable_v<Path>)
-        throw tree_error(operation, path(), code);
-    else
-        throw tree_error(operation, path, code);
+// Throws unless a call of the system returned a success.
+void require_success(int result, const char* operation, const std::string& path) {
+    if (result == -1)
+        throw tree_error(operation, path, last_error());
 }
 
 // Calls a function of the system until no signal interrupts it.
@@ -112,6 +103,13 @@ std::string user_name(std::uint32_t user) {
     return result == nullptr ? "user " + std::to_string(user) : result->pw_name;
 }
 
+std::string text_of_link(int folder, const char* name, const std::string& path) {
+    std::array<char, PATH_MAX> text{};
+    const auto size = readlinkat(folder, name, text.data(), text.size() - 1);
+    require_success(size < 0 ? -1 : 0, "read", path);
+    return text.data();
+}
+
 // Opens what a symbolic link to a directory leads to. Whoever may put links into a tree must not
 // make another user work elsewhere, so that a link counts only if its owner could do that work,
 // too.
@@ -120,12 +118,9 @@ Descriptor open_link(int folder, const std::string& name, const std::string& pat
     const FileStatus of_link = status_of(link.number());
     if (of_link.type != FileStatus::Type::link) {
         errno = ENOTDIR;
-        return {};
+        return Descriptor();
     }
-    std::array<char, PATH_MAX> text{};
-    require_success(static_cast<int>(readlinkat(link.number(), "", text.data(), text.size() - 1)),
-                    "read", path);
-    std::string target = text.data();
+    std::string target = text_of_link(link.number(), "", path);
     if (const std::string parent = parent_of(name); target[0] != '/' && !parent.empty())
         target.insert(0, parent + '/');
     Descriptor directory = open_directory(folder, target.c_str());
@@ -163,23 +158,9 @@ void write_all(int file, std::string_view bytes, const std::string& path) {
     }
 }
 
-// Calls `take` with the bytes of a file, piece by piece.
-template <class Take>
-void read_pieces(int file, const std::string& path, const Take& take) {
-    std::array<char, 16384> buffer{};
-    for (;;) {
-        const auto count =
-            uninterrupted([&] { return ::read(file, buffer.data(), buffer.size()); });
-        if (count < 0)
-            throw tree_error("read", path, last_error());
-        if (count == 0)
-            return;
-        take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
-    }
-}
-
-std::string read_all(int file, std::size_t expected_size, const std::string& path) {
-    std::string bytes(expected_size + 1, '\0'); // one more, so that the end is found at once
+std::string read_all(int file, std::uint64_t expected_size, const std::string& path) {
+    std::string bytes(static_cast<std::size_t>(expected_size) + 1,
+                      '\0'); // one more, so that the end is found at once
     for (std::size_t size = 0;;) {
         const auto count =
             uninterrupted([&] { return ::read(file, bytes.data() + size, bytes.size() - size); });
@@ -195,23 +176,6 @@ std::string read_all(int file, std::size_t expected_size, const std::string& pat
     }
 }
 
-// Makes a directory and its parents. A new name is durable once the directory that has it is.
-void make_durable_directory(const std::string& path) {
-    if (::mkdir(path.c_str(), 0777) != 0) {
-        if (errno == EEXIST)
-            return; // or something else is there, which opening it reports
-        if (errno != ENOENT || parent_of(path).empty())
-            throw tree_error("create", path, last_error());
-        make_durable_directory(parent_of(path));
-        if (::mkdir(path.c_str(), 0777) != 0 && errno != EEXIST)
-            throw tree_error("create", path, last_error());
-    }
-    const std::string parent = parent_of(path).empty() ? "." : parent_of(path);
-    const Descriptor opened = open_directory(AT_FDCWD, parent.c_str());
-    require_success(opened.number(), "open", parent);
-    require_success(flush_descriptor(opened.number()), "flush", parent);
-}
-
 } // namespace
 
 std::string parent_of(const std::string& path) {
@@ -221,38 +185,25 @@ std::string parent_of(const std::string& path) {
     return path.substr(0, separator == 0 ? 1 : separator);
 }
 
-Descriptor::Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-}
-
-Descriptor::~Descriptor() {
-    close();
-}
-
 bool Descriptor::close() noexcept {
     // Not repeated: after an interruption the number is free already, or another thread's.
     return number_ < 0 || ::close(release()) == 0 || errno == EINTR;
 }
 
-int Descriptor::release() noexcept {
-    return std::exchange(number_, -1);
-}
-
-Directory::Directory(Descriptor descriptor, std::string path, const char* followed)
-    : descriptor_(std::move(descriptor)),
-      path_(std::move(path)),
-      followed_(followed) {}
-
-Directory Directory::create(const std::string& path, const char* followed) {
-    if (auto directory = open(path, followed))
-        return std::move(*directory);
-    make_durable_directory(path);
-    if (auto directory = open(path, followed))
-        return std::move(*directory);
-    throw missing("open", path);
+// A new name is durable once the directory that has it is.
+void Directory::create(const std::string& path) {
+    const std::string parent = parent_of(path).empty() ? "." : parent_of(path);
+    int result = ::mkdir(path.c_str(), 0777);
+    if (result != 0 && errno == ENOENT && parent != path && parent != ".") {
+        create(parent);
+        result = ::mkdir(path.c_str(), 0777);
+    }
+    if (result != 0 && errno == EEXIST)
+        return; // or something else is there, which opening it reports
+    require_success(result, "create", path);
+    const Descriptor opened = open_directory(AT_FDCWD, parent.c_str());
+    require_success(opened.number(), "open", parent);
+    require_success(flush_descriptor(opened.number()), "flush", parent);
 }
 
 std::optional<Directory> Directory::open(const std::string& path, const char* followed) {
@@ -264,21 +215,23 @@ std::optional<Directory> Directory::open(const std::string& path, const char* fo
     throw tree_error("open", path, last_error());
 }
 
+// The path is made after a failure alone.
+void Directory::require(int result, const char* operation, const std::string& name) const {
+    if (result == -1) {
+        const std::error_code code = last_error();
+        throw tree_error(operation, path_of(name), code);
+    }
+}
+
 Directory Directory::subdirectory(const std::string& name) const {
-    if (open_folders(name) != name.size())
-        throw missing("open", path_of(name));
-    Descriptor descriptor = open_directory(folder(), ".");
-    require_success(descriptor.number(), "open", [&] { return path_of(name); });
+    Descriptor descriptor = open_directory(open_folder(name), ".");
+    require(descriptor.number(), "open", name);
     return {std::move(descriptor), path_of(name), nullptr};
 }
 
 std::string Directory::path_of(const std::string& name) const {
     const bool is_joined = path_.empty() || path_.back() == '/' || name.empty();
     return path_ + (is_joined ? "" : "/") + name;
-}
-
-int Directory::folder() const noexcept {
-    return folder_.is_open() ? folder_.number() : number();
 }
 
 void Directory::close_folder() const noexcept {
@@ -305,11 +258,28 @@ std::size_t Directory::open_folders(std::string_view name) const {
                               : open_directory(folder(), component.c_str(), O_NOFOLLOW);
         if (!next.is_open() && errno == ENOENT)
             break;
-        require_success(next.number(), "open", [&] { return path_of(opened); });
+        require(next.number(), "open", opened);
         folder_ = std::move(next);
         folder_name_ = opened;
     }
     return folder_name_.size();
+}
+
+// Opens the folder `name`, and keeps it open.
+int Directory::open_folder(const std::string& name) const {
+    if (open_folders(name) != name.size())
+        throw missing("open", path_of(name));
+    return folder();
+}
+
+// Opens the regular file `name`.
+Descriptor Directory::open_file(const std::string& name) const {
+    const Place place = place_of(name, "open");
+    Descriptor file = open_at(place.folder, place.name, O_RDONLY | O_NOFOLLOW);
+    require(file.number(), "open", name);
+    if (status_of(file.number()).type != FileStatus::Type::regular)
+        throw tree_error("open", path_of(name), not_regular);
+    return file;
 }
 
 // Returns the place of a name; nothing if one of its folders does not exist.
@@ -359,11 +329,9 @@ std::string Directory::missing_folder(const std::string& name) const {
 }
 
 std::vector<Directory::Entry> Directory::entries(const std::string& name) const {
-    if (open_folders(name) != name.size())
-        throw missing("open", path_of(name));
     // Opened anew, because the stream takes the descriptor over, with its position.
-    Descriptor descriptor = open_directory(folder(), ".");
-    require_success(descriptor.number(), "open", [&] { return path_of(name); });
+    Descriptor descriptor = open_directory(open_folder(name), ".");
+    require(descriptor.number(), "open", name);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(descriptor.number()), closedir);
     if (!stream)
         throw tree_error("read", path_of(name), last_error());
@@ -387,35 +355,17 @@ std::vector<Directory::Entry> Directory::entries(const std::string& name) const 
 }
 
 std::optional<std::string> Directory::read(const std::string& name) const {
-    const auto place = find(name);
-    if (!place)
-        return std::nullopt;
-    const Descriptor file = open_at(place->folder, place->name, O_RDONLY | O_NOFOLLOW);
-    if (!file.is_open()) {
-        if (errno == ENOENT)
-            return std::nullopt;
-        if (errno == ELOOP)
-            throw tree_error("open", path_of(name), "This is a symbolic link.");
-        throw tree_error("open", path_of(name), last_error());
-    }
-    const FileStatus found = status_of(file.number());
+    const FileStatus found = status(name);
     if (!found.is_there())
-        throw tree_error("look at", path_of(name), last_error());
-    if (found.type != FileStatus::Type::regular)
-        throw tree_error("open", path_of(name), not_regular);
-    return read_all(file.number(), static_cast<std::size_t>(found.size), path_of(name));
+        return std::nullopt;
+    return read_all(open_file(name).number(), found.size, path_of(name));
 }
 
 bool Directory::matches(const std::string& name, const FileRecord& record) const {
     const FileStatus found = status(name);
     if (found.type != FileStatus::Type::regular || found.size != record.size || !record.digest)
         return false;
-    const Place place = place_of(name, "read");
-    const Descriptor file = open_at(place.folder, place.name, O_RDONLY | O_NOFOLLOW);
-    require_success(file.number(), "read", [&] { return path_of(name); });
-    Sha256 sum;
-    read_pieces(file.number(), path_of(name), [&](std::string_view bytes) { sum.add(bytes); });
-    return sum.digest() == record.digest;
+    return sha256(read_all(open_file(name).number(), found.size, path_of(name))) == record.digest;
 }
 
 void Directory::make_folders(const std::string& name, const FileStatus* like) const {
@@ -452,45 +402,35 @@ void Directory::write_new(const std::string& name, std::string_view bytes, const
         throw tree_error("write", path, last_error());
 }
 
-void Directory::link_or_copy(const std::string& name, const Directory& other,
+bool Directory::link_or_copy(const std::string& name, const Directory& other,
                              const std::string& other_name) const {
     const Place from = place_of(name, "copy");
     const Place to = other.place_of(other_name, "create");
     // File systems without links, and rights that forbid one, say so in many ways.
-    if (linkat(from.folder, from.name, to.folder, to.name, 0) != 0)
+    const bool is_linked = linkat(from.folder, from.name, to.folder, to.name, 0) == 0;
+    if (!is_linked)
         copy(name, other, other_name);
+    return is_linked;
 }
 
 void Directory::copy(const std::string& name, const Directory& other,
                      const std::string& other_name) const {
-    const Place from = place_of(name, "copy");
     const Place to = other.place_of(other_name, "create");
-    const std::string path = path_of(name);
     const FileStatus found = status(name);
     if (found.type == FileStatus::Type::link) {
-        std::array<char, PATH_MAX> text{};
-        require_success(
-            static_cast<int>(readlinkat(from.folder, from.name, text.data(), text.size() - 1)),
-            "read", path);
-        return require_success(symlinkat(text.data(), to.folder, to.name), "copy", path);
+        const Place from = place_of(name, "copy");
+        const std::string text = text_of_link(from.folder, from.name, path_of(name));
+        return other.require(symlinkat(text.c_str(), to.folder, to.name), "create", other_name);
     }
-    const Descriptor source = open_at(from.folder, from.name, O_RDONLY | O_NOFOLLOW);
-    require_success(source.number(), "copy", path);
-    Descriptor target = open_at(to.folder, to.name, O_WRONLY | O_CREAT | O_EXCL, 0666);
-    const std::string target_path = other.path_of(other_name);
-    require_success(target.number(), "create", target_path);
-    require_success(make_like(target.number(), found), "create", target_path);
-    read_pieces(source.number(), path,
-                [&](std::string_view bytes) { write_all(target.number(), bytes, target_path); });
-    require_success(flush_descriptor(target.number()), "flush", target_path);
+    const std::string bytes = read_all(open_file(name).number(), found.size, path_of(name));
+    other.write_new(other_name, bytes, &found, true);
 }
 
 void Directory::rename(const std::string& name, const Directory& other,
                        const std::string& other_name) const {
     const Place from = place_of(name, "rename");
     const Place to = other.place_of(other_name, "write");
-    require_success(renameat(from.folder, from.name, to.folder, to.name), "write",
-                    [&] { return other.path_of(other_name); });
+    other.require(renameat(from.folder, from.name, to.folder, to.name), "write", other_name);
 }
 
 void Directory::remove(const std::string& name) const {
@@ -518,8 +458,7 @@ void Directory::remove_tree(const std::string& name,
                 on_removal();
         }
         const Place place = place_of(folders.back(), "remove");
-        require_success(unlinkat(place.folder, place.name, AT_REMOVEDIR), "remove",
-                        [&] { return path_of(folders.back()); });
+        require(unlinkat(place.folder, place.name, AT_REMOVEDIR), "remove", folders.back());
     }
 }
 
@@ -540,29 +479,25 @@ void Directory::flush_all_folders() const {
 }
 
 void Directory::flush_folder(const std::string& name) const {
-    if (open_folders(name) != name.size())
-        throw missing("open", path_of(name));
-    require_success(flush_descriptor(folder()), "flush", [&] { return path_of(name); });
+    require(flush_descriptor(open_folder(name)), "flush", name);
 }
 
-bool Directory::flush_file(const std::string& name) const {
-    if (status(name).type != FileStatus::Type::regular)
-        return true;
-    const Place place = place_of(name, "flush");
-    const Descriptor file = open_at(place.folder, place.name, O_RDONLY | O_NOFOLLOW);
-    if (!file.is_open() && errno == EACCES)
-        return false;
-    require_success(file.number(), "open", [&] { return path_of(name); });
-    require_success(flush_descriptor(file.number()), "flush", [&] { return path_of(name); });
+bool Directory::flush_file(const std::string& name) const try {
+    if (status(name).type == FileStatus::Type::regular)
+        require(flush_descriptor(open_file(name).number()), "flush", name);
     return true;
+} catch (const tree_error& error) {
+    if (error.code() != std::errc::permission_denied)
+        throw;
+    return false;
 }
 
 bool Directory::flush_file_system() const {
-    if (uninterrupted([&] { return syncfs(number()); }) == 0)
-        return true;
-    if (errno == ENOSYS)
+    const int result = uninterrupted([&] { return syncfs(number()); });
+    if (result != 0 && errno == ENOSYS)
         return false;
-    throw tree_error("flush", path_, last_error());
+    require(result, "flush", "");
+    return true;
 }
 
 } // namespace install::tree

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace install::tree {
@@ -19,21 +19,23 @@ namespace install::tree {
 // An open file; closed by the destructor at the latest.
 class Descriptor {
 public:
-    Descriptor() = default;
-    explicit Descriptor(int number) noexcept : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept;
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    ~Descriptor();
+    explicit Descriptor(int number = -1) noexcept : number_(number) {}
+    Descriptor(Descriptor&& other) noexcept : number_(other.release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+    ~Descriptor() { close(); }
 
     [[nodiscard]] int number() const noexcept { return number_; }
     [[nodiscard]] bool is_open() const noexcept { return number_ >= 0; }
     // Closes it now. Returns false, with errno set, if that reports an error.
     bool close() noexcept;
     // Gives the file to the caller, who closes it.
-    int release() noexcept;
+    int release() noexcept { return std::exchange(number_, -1); }
 
 private:
-    int number_ = -1;
+    int number_;
 };
 
 // What is at a name.
@@ -70,14 +72,13 @@ struct FileStatus {
 // tree_error with the path of the file. Not for several threads at once.
 class Directory {
 public:
-    // Opens the directory at `path`, which is created, and made durable, with all its parents if it
-    // does not exist. An empty path names the current directory. The directory itself, and the
-    // first component `followed` of a name, may be symbolic links, if these belong to root, to the
-    // effective user, or to the owner of what they lead to.
-    [[nodiscard]] static Directory create(const std::string& path, const char* followed = nullptr);
-    // Opens the directory at `path` if it exists.
+    // Opens the directory at `path` if it exists. An empty path names the current directory. The
+    // directory itself, and the first component `followed` of a name, may be symbolic links, if
+    // these belong to root, to the effective user, or to the owner of what they lead to.
     [[nodiscard]] static std::optional<Directory> open(const std::string& path,
-                                                       const char* followed = nullptr);
+                                                       const char* followed);
+    // Creates the directory at `path`, and makes it durable, with all its parents.
+    static void create(const std::string& path);
     // Opens the directory `name`.
     [[nodiscard]] Directory subdirectory(const std::string& name) const;
 
@@ -113,10 +114,11 @@ public:
     // `starts_writing` lets the disk begin at once, for a flush that follows soon.
     void write_new(const std::string& name, std::string_view bytes, const FileStatus* like,
                    bool starts_writing) const;
-    // Makes `other_name` in `other` another name of the file or link `name`, or, where that cannot
-    // be, a copy with its permissions and, where that is allowed, its owner and its group. If
-    // `other` is this directory, both names are in one folder of it; so are those of `rename`.
-    void link_or_copy(const std::string& name, const Directory& other,
+    // Makes `other_name` in `other` another name of the file or link `name`. Where that cannot be,
+    // makes it a copy with its permissions and, where that is allowed, its owner and its group, and
+    // returns false. If `other` is this directory, both names are in one folder of it; so are those
+    // of `rename`.
+    bool link_or_copy(const std::string& name, const Directory& other,
                       const std::string& other_name) const;
     void rename(const std::string& name, const Directory& other,
                 const std::string& other_name) const;
@@ -149,11 +151,19 @@ private:
         const char* name;
     };
 
-    Directory(Descriptor descriptor, std::string path, const char* followed);
+    Directory(Descriptor descriptor, std::string path, const char* followed)
+        : descriptor_(std::move(descriptor)),
+          path_(std::move(path)),
+          followed_(followed) {}
+    void require(int result, const char* operation, const std::string& name) const;
     [[nodiscard]] std::optional<Place> find(const std::string& name) const;
     [[nodiscard]] Place place_of(const std::string& name, const char* operation) const;
     std::size_t open_folders(std::string_view name) const;
-    [[nodiscard]] int folder() const noexcept;
+    [[nodiscard]] int open_folder(const std::string& name) const;
+    [[nodiscard]] Descriptor open_file(const std::string& name) const;
+    [[nodiscard]] int folder() const noexcept {
+        return folder_.is_open() ? folder_.number() : number();
+    }
     [[nodiscard]] std::vector<std::string> folders_at(const std::string& name) const;
     void copy(const std::string& name, const Directory& other, const std::string& other_name) const;
 

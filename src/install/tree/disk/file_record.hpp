@@ -2,9 +2,7 @@
 
 #pragma once
 
-#include "install/tree/disk/sha256.hpp"
-
-#include <charconv>
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,6 +11,14 @@
 
 namespace install::tree {
 
+using Digest = std::array<std::uint8_t, 32>;
+
+[[nodiscard]] Digest sha256(std::string_view bytes) noexcept;
+// Returns a digest in hexadecimal digits.
+[[nodiscard]] std::string hexadecimal(const Digest& digest);
+// Returns the digest in such digits; nothing if they are none, or not as many.
+[[nodiscard]] std::optional<Digest> digest_in(std::string_view digits) noexcept;
+
 struct FileRecord {
     std::string name;
     std::uint64_t size = 0;       // in bytes
@@ -20,29 +26,13 @@ struct FileRecord {
 
     // Returns the record of a file with the bytes `bytes`.
     [[nodiscard]] static FileRecord of(std::string name, std::string_view bytes) {
-        return {std::move(name), bytes.size(), Sha256().add(bytes).digest()};
+        return {std::move(name), bytes.size(), sha256(bytes)};
     }
 };
 
 // Returns the record as a line: "SHA256 SIZE NAME", with a dash for an unknown digest.
-[[nodiscard]] inline std::string line_of(const FileRecord& record) {
-    return (record.digest ? hexadecimal(*record.digest) : "-") + ' ' + std::to_string(record.size) +
-           ' ' + record.name;
-}
-
+[[nodiscard]] std::string line_of(const FileRecord& record);
 // Returns the record in such a line; nothing if it is none.
-[[nodiscard]] inline std::optional<FileRecord> record_in(std::string_view line) {
-    FileRecord record;
-    const std::string_view digits = line.substr(0, line.find(' '));
-    record.digest = digest_in(digits);
-    if ((!record.digest && digits != "-") || digits.size() == line.size())
-        return std::nullopt;
-    const char* const end = line.data() + line.size();
-    const auto [after, code] = std::from_chars(digits.data() + digits.size() + 1, end, record.size);
-    if (code != std::errc() || after == end || *after != ' ')
-        return std::nullopt;
-    record.name.assign(after + 1, end);
-    return record;
-}
+[[nodiscard]] std::optional<FileRecord> record_in(std::string_view line);
 
 } // namespace install::tree

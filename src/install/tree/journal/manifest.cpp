@@ -5,7 +5,6 @@
 #include "install/product_impl/utils/json_diagnosis.hpp"
 #include "install/tree/tree_error.hpp"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -35,44 +34,40 @@ const T& member(const ValueMap& members, const char* key) {
 
 // Whoever can write a manifest must not make another user touch files elsewhere.
 void require_safe(std::string_view name) {
-    if (name.empty() || name.front() == '.')
+    const std::string parts = '/' + std::string(name) + '/';
+    if (name.starts_with('.') || parts.find("//") != std::string::npos ||
+        parts.find("/./") != std::string::npos || parts.find("/../") != std::string::npos)
         throw Damaged();
-    for (std::string_view rest = name; !rest.empty();) {
-        const std::string_view part = rest.substr(0, rest.find('/'));
-        if (part.empty() || part == "." || part == "..")
-            throw Damaged();
-        rest.remove_prefix(std::min(part.size() + 1, rest.size()));
-    }
 }
 
 // Calls `take` with each text of a list.
 template <class Take>
-void read_list(const ValueMap& members, const char* key, Sha256& sum, const Take& take) {
+void read_list(const ValueMap& members, const char* key, std::string& all, const Take& take) {
     for (const Value& element : member<ValueVector>(members, key)) {
         const auto* const line = element.get_if<std::string>();
         if (line == nullptr)
             throw Damaged();
-        sum.add(*line);
+        all += *line;
         take(*line);
     }
 }
 
 Manifest manifest_in(const ValueMap& members) {
     Manifest manifest;
-    Sha256 sum;
+    std::string all;
     for (const Kind kind : kinds)
-        read_list(members, name_of(kind), sum, [&](const std::string& line) {
+        read_list(members, name_of(kind), all, [&](const std::string& line) {
             auto file = record_in(line);
             if (!file)
                 throw Damaged();
             require_safe(file->name);
             manifest.entries.push_back({kind, std::move(*file)});
         });
-    read_list(members, folders_key, sum, [&](const std::string& name) {
+    read_list(members, folders_key, all, [&](const std::string& name) {
         require_safe(name);
         manifest.folders.push_back(name);
     });
-    if (member<std::string>(members, digest_key) != hexadecimal(sum.digest()))
+    if (member<std::string>(members, digest_key) != hexadecimal(sha256(all)))
         throw Damaged();
     return manifest;
 }
@@ -81,19 +76,19 @@ Manifest manifest_in(const ValueMap& members) {
 
 std::string Manifest::text() const {
     ValueMap members;
-    Sha256 sum;
+    std::string all;
     for (const Kind kind : kinds) {
         ValueVector lines;
         for (const Entry& entry : entries)
             if (entry.kind == kind)
-                sum.add(lines.emplace_back(line_of(entry.file)).get<std::string>());
+                all += lines.emplace_back(line_of(entry.file)).get<std::string>();
         members.emplace(name_of(kind), std::move(lines));
     }
     ValueVector names;
     for (const std::string& folder : folders)
-        sum.add(names.emplace_back(folder).get<std::string>());
+        all += names.emplace_back(folder).get<std::string>();
     members.emplace(folders_key, std::move(names));
-    members.emplace(digest_key, hexadecimal(sum.digest()));
+    members.emplace(digest_key, hexadecimal(sha256(all)));
     members.emplace(version_key, version);
     return foundation::json::serialize(Value(std::move(members)));
 }

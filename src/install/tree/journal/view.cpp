@@ -9,13 +9,6 @@
 
 namespace install::tree {
 
-namespace {
-
-constexpr int retries_without_lock = 8;
-constexpr int most_retries = 2000; // a few seconds, where there is no right to lock
-
-} // namespace
-
 View::State::State(const Directory& appdata) : changes(counted_changes(appdata)) {
     std::size_t index = 0;
     for (const char* const name : {tree_names::undo, tree_names::contents_map,
@@ -79,17 +72,18 @@ bool View::is_current() const {
     return State(appdata_) == state_;
 }
 
-void RetryPolicy::prepare_retry() {
-    using namespace std::chrono_literals;
-    if (++retries_ == most_retries)
-        throw tree_error("read", appdata_.path_of(""), "It is changed again and again.");
+void prepare_retry(const Directory& appdata, int retries, std::optional<FileLock>& lock) {
+    constexpr int retries_without_lock = 8;
+    constexpr int most_retries = 2000; // a few seconds, where there is no right to lock
+    if (retries == most_retries)
+        throw tree_error("read", appdata.path_of(""), "It is changed again and again.");
     try {
-        if (retries_ == retries_without_lock)
-            lock_.emplace(appdata_, FileLock::Shared());
+        if (retries == retries_without_lock)
+            lock.emplace(appdata, FileLock::Shared());
     } catch (const tree_error&) { // no right to read the file, or none there
     }
-    if (retries_ > retries_without_lock)
-        std::this_thread::sleep_for(1ms);
+    if (retries > retries_without_lock)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 } // namespace install::tree

@@ -23,10 +23,10 @@ public:
     // Keeps a reference to `appdata`.
     explicit View(const Directory& appdata);
 
+    // As those of Directory.
     [[nodiscard]] std::string path_of(const std::string& name) const {
         return appdata_.path_of(name);
     }
-    // As those of Directory.
     [[nodiscard]] FileStatus status(const std::string& name) const;
     [[nodiscard]] std::optional<std::string> read(const std::string& name) const;
     [[nodiscard]] bool matches(const std::string& name, const FileRecord& record) const;
@@ -74,25 +74,17 @@ private:
     std::optional<tree_error> fault_;
 };
 
-// Decides how often a tree is read again, and waits for the changes that make it necessary.
-class RetryPolicy {
-public:
-    explicit RetryPolicy(const Directory& appdata) : appdata_(appdata) {}
-    // Called before each further reading. Throws tree_error after too many.
-    void prepare_retry();
-
-private:
-    const Directory& appdata_;
-    int retries_ = 0;
-    std::optional<FileLock> lock_;
-};
+// Called before each further reading of a tree, waits for the changes that make it necessary.
+// Throws tree_error after too many.
+void prepare_retry(const Directory& appdata, int retries, std::optional<FileLock>& lock);
 
 // Returns what `read` returns of a view, reading until no change overlapped. Only where changes
 // follow each other so fast that no reading fits between them, it waits for the one that is under
 // way, if the user may read the file of the lock.
 template <class Read>
 auto read_committed(const Directory& appdata, const Read& read) {
-    for (RetryPolicy policy(appdata);; policy.prepare_retry()) {
+    std::optional<FileLock> lock;
+    for (int retries = 0;; prepare_retry(appdata, ++retries, lock)) {
         const View view(appdata);
         try {
             auto result = read(view);

@@ -1,52 +1,26 @@
-// The names of kinds.
+// The names of kinds, in their order.
 
 #include "install/tree/change.hpp"
 #include "install/tree/fault.hpp"
 
+#include <cstddef>
+#include <iterator>
+
 namespace install::tree {
 
 const char* name_of(ChangeStep::Kind kind) noexcept {
-    using Kind = ChangeStep::Kind;
-    return kind == Kind::create ? "create" : kind == Kind::replace ? "replace" : "remove";
+    constexpr const char* names[] = {"create", "replace", "remove"};
+    return names[static_cast<std::size_t>(kind)];
 }
 
 const char* name_of(Fault::Kind kind) noexcept {
-    using Kind = Fault::Kind;
-    switch (kind) { // without a default, so that the compiler warns about a new kind
-    case Kind::missing:
-        return "missing";
-    case Kind::empty:
-        return "empty";
-    case Kind::different:
-        return "different";
-    case Kind::old:
-        return "old";
-    case Kind::no_list:
-        return "no_list";
-    case Kind::outside:
-        return "outside";
-    case Kind::other_key:
-        return "other_key";
-    case Kind::no_time:
-        return "no_time";
-    case Kind::not_listed:
-        return "not_listed";
-    case Kind::damaged:
-        return "damaged";
-    case Kind::trailing_bytes:
-        return "trailing_bytes";
-    case Kind::not_regular:
-        return "not_regular";
-    case Kind::unreadable:
-        return "unreadable";
-    case Kind::interrupted:
-        return "interrupted";
-    case Kind::fewer_readers:
-        return "fewer_readers";
-    case Kind::not_restored:
-        return "not_restored";
-    }
-    return "unknown";
+    constexpr const char* names[] = {
+        "missing",        "empty",        "different",  "old",         "no_list",
+        "outside",        "other_key",    "no_time",    "not_listed",  "damaged",
+        "trailing_bytes", "not_regular",  "unreadable", "interrupted", "fewer_readers",
+        "not_restored",   "repeated_key", "not_utf8",   "swapped",     "other_writer"};
+    static_assert(std::size(names) == static_cast<std::size_t>(Fault::Kind::other_writer) + 1);
+    return names[static_cast<std::size_t>(kind)];
 }
 
 } // namespace install::tree

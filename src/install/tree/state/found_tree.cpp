@@ -4,6 +4,8 @@
 #include "install/tree/state/receipts.hpp"
 #include "install/tree_names.hpp"
 
+#include <algorithm>
+
 namespace install::tree {
 
 FoundTree::FoundTree(const View& tree_view)
@@ -15,6 +17,16 @@ FoundTree::FoundTree(const View& tree_view)
 Listing FoundTree::listing() const {
     return {contents_entries(contents.members()), record_entries(record.members()),
             current_receipts(receipts.members(), record.members())};
+}
+
+bool FoundTree::are_swapped() const {
+    const auto is_time = [](const auto& member) { return time_in(member.second).has_value(); };
+    const auto is_list = [](const auto& member) {
+        return is_entry_key(member.first) && paths_in(member.second);
+    };
+    return !contents.members().empty() && !record.members().empty() &&
+           std::ranges::all_of(contents.members(), is_time) &&
+           std::ranges::all_of(record.members(), is_list);
 }
 
 void FoundTree::put_into(Journal& journal) {

@@ -17,6 +17,9 @@ struct FoundTree {
     // Returns the entries among the members, and the receipts that are current.
     [[nodiscard]] Listing listing() const;
 
+    // Whether the contents map is in the place of the installed record, and the other way round.
+    [[nodiscard]] bool are_swapped() const;
+
     // Puts the files that were edited into a journal. Leaves them without members.
     void put_into(Journal& journal);
 

@@ -1,6 +1,5 @@
 #include "install/tree/state/receipts.hpp"
 
-#include "install/tree/state/documents.hpp"
 #include "install/tree/state/entries.hpp"
 #include "install/tree_names.hpp"
 
@@ -87,32 +86,32 @@ DocumentRecords::DocumentRecords(const std::vector<Receipt>& receipts) {
             }
 }
 
-std::vector<std::string> restore_lost_receipts(const View& view, SharedFile& receipts,
-                                               const SharedFile& contents,
-                                               const SharedFile& record) {
-    const auto has_lost = [](const SharedFile& file) {
-        return !file.is(SharedFile::State::object);
-    };
+std::optional<Fault> fault_of_document(const View& view, const Receipt::Document& document) {
+    const auto name = document_name(document.path);
+    const FileRecord expected = {{}, document.size, digest_in(document.sha256)};
+    return name ? fault_of_document(view, *name, &expected, Comparison::text) : std::nullopt;
+}
+
+std::vector<std::string> restore_lost_receipts(FoundTree& tree) {
+    using State = SharedFile::State;
+    const bool has_lost_contents = !tree.contents.is(State::object);
+    const bool has_lost_record = !tree.record.is(State::object);
     const auto is_contradicted = [&](const std::string& key, const Receipt& receipt) {
-        const auto is_different = [&](const Receipt::Document& document) {
-            const auto name = document_name(document.path);
-            const FileRecord expected = {{}, document.size, digest_in(document.sha256)};
-            const auto fault =
-                name ? fault_of_document(view, *name, &expected, Comparison::text) : std::nullopt;
-            return fault && (fault->kind != Fault::Kind::missing || has_lost(contents));
-        };
-        const bool is_known = !has_lost(record) || record.has(receipt.basecode);
-        return (!has_lost(contents) && !contents.has(key)) ||
-               (is_known && !is_current(receipt, record.members())) ||
-               std::ranges::any_of(receipt.documents, is_different);
+        const bool is_known = tree.record.has(receipt.basecode) || !has_lost_record;
+        return (!tree.contents.has(key) && !has_lost_contents) ||
+               (is_known && !is_current(receipt, tree.record.members())) ||
+               std::ranges::any_of(receipt.documents, [&](const Receipt::Document& document) {
+                   const auto fault = fault_of_document(tree.view, document);
+                   return fault && (fault->kind != Fault::Kind::missing || has_lost_contents);
+               });
     };
     std::vector<std::string> restored;
-    const SharedFile old(view, receipts.name() + std::string(tree_names::old_suffix));
+    const SharedFile old(tree.view, tree.receipts.name() + std::string(tree_names::old_suffix));
     old.require_readable();
     for (const auto& [key, value] : old.members())
         if (const auto receipt = receipt_in(key, value);
-            receipt && !receipts.has(key) && !is_contradicted(key, *receipt)) {
-            receipts.set(key, value);
+            receipt && !tree.receipts.has(key) && !is_contradicted(key, *receipt)) {
+            tree.receipts.set(key, value);
             restored.push_back(key);
         }
     return restored;

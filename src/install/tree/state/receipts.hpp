@@ -12,8 +12,8 @@
 #include "foundation/json/value.hpp"
 #include "install/tree/disk/file_record.hpp"
 #include "install/tree/install_tree.hpp"
-#include "install/tree/journal/view.hpp"
-#include "install/tree/state/shared_file.hpp"
+#include "install/tree/state/documents.hpp"
+#include "install/tree/state/found_tree.hpp"
 
 #include <map>
 #include <optional>
@@ -55,11 +55,15 @@ private:
     std::map<std::string, Latest> latest_; // by names in appdata
 };
 
-// Adds to receipts that are damaged those of the last good version that nothing contradicts: their
-// products are in the contents map, or that is lost, too; they are current, or their entries in the
-// installed record are lost; and no document that is there has another text. Returns their keys.
-std::vector<std::string> restore_lost_receipts(const View& view, SharedFile& receipts,
-                                               const SharedFile& contents,
-                                               const SharedFile& record);
+// Returns what is wrong with a document, compared with its receipt; nothing if no file can be at
+// the listed path.
+[[nodiscard]] std::optional<Fault> fault_of_document(const View& view,
+                                                     const Receipt::Document& document);
+
+// Adds to receipts that are damaged or lost those of the last good version that nothing
+// contradicts: their products are in the contents map, or that is lost, too; they are current, or
+// their entries in the installed record are lost; and no document that is there has another text.
+// Returns their keys. Throws tree_error if that version cannot be read.
+std::vector<std::string> restore_lost_receipts(FoundTree& tree);
 
 } // namespace install::tree

@@ -186,6 +186,17 @@ void SharedFile::require_round_trip() {
         throw tree_error("repair", path_,
                          "What is whole of it could not be read back once it is written.");
     object_ = EditableObject(std::move(object.get<ValueMap>()));
+    diagnosis_ = {};
+    diagnosis_.state = State::object;
+    trailing_bytes_ = 0;
+}
+
+void SharedFile::swap_members(SharedFile& other) noexcept {
+    std::swap(object_, other.object_);
+    for (SharedFile* const each : {this, &other}) {
+        each->is_edited_ = true;
+        each->kept_name_.clear();
+    }
 }
 
 void SharedFile::put_text(Journal& journal) {

@@ -45,8 +45,9 @@ public:
     void require_readable() const;
     // Throws tree_error unless it holds an object, or does not exist.
     void require_object() const;
-    // The number of trailing bytes, if not all of them are whitespace.
+    // The number of trailing bytes, if not all of them are whitespace; of repeated keys.
     [[nodiscard]] std::size_t trailing_bytes() const noexcept { return trailing_bytes_; }
+    [[nodiscard]] std::size_t repeated_keys() const noexcept { return diagnosis_.repeated_keys; }
 
     // The members of the object; of a damaged one, those that are whole before the damage. A byte
     // order mark and whitespace before it are skipped. The reference is valid until the next edit.
@@ -61,7 +62,10 @@ public:
     // Lets what is whole of a damaged file count as an edit.
     void rewrite() noexcept { is_edited_ = true; }
     [[nodiscard]] bool is_edited() const noexcept { return is_edited_; }
-    // Throws tree_error if what was edited could not be read back once it is written.
+    // Exchanges all members with another file. Neither is kept as it was, as nothing is lost.
+    void swap_members(SharedFile& other) noexcept;
+    // Throws tree_error if what was edited could not be read back once it is written. Otherwise the
+    // file is an object now.
     void require_round_trip();
 
     // The name under which an edit keeps the file as it was: NAME.old, or of a damaged one the
