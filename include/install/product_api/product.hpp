@@ -91,8 +91,8 @@ public:
     /// Returns the basecodes of the products that the model requires, in the model's order. They do
     /// not depend on setRequiredProducts.
     [[nodiscard]] virtual std::vector<ustring> getRequiredProductsBasecodes() const = 0;
-    /// Replaces all required products, and releases the former ones. After std::bad_alloc it is
-    /// unspecified which ones the product has.
+    /// Replaces all required products, and releases the earlier ones, which may own `products`.
+    /// After std::bad_alloc the product still has the earlier ones.
     virtual void setRequiredProducts(const RequiredProductMap& products) = 0;
     /// Returns the directly required components. They are shared, not copied.
     [[nodiscard]] virtual ComponentMap getComponents() const = 0;

@@ -53,7 +53,9 @@ std::vector<ustring> ProductImpl::getRequiredProductsBasecodes() const {
 }
 
 void ProductImpl::setRequiredProducts(const RequiredProductMap& products) {
-    requiredProducts_ = products;
+    // The earlier products, which may own `products`, die last.
+    RequiredProductMap copy = products;
+    requiredProducts_.swap(copy);
 }
 
 ComponentMap ProductImpl::getComponents() const {

@@ -103,4 +103,35 @@ TEST(Product, SharesComponentsAndTheRequiredProductsThatWereSetLast) {
     EXPECT_TRUE(component.expired());
 }
 
+TEST(Product, KeepsItsRequiredProductsIfMemoryIsExhausted) {
+    const RequiredProductMap one = {{u"any key", nullptr}};
+    const RequiredProductMap two = {{u"any key", nullptr}, {u"another", nullptr}};
+    const auto prepare = [&] {
+        auto product = std::make_unique<ProductImpl>(test::sample_model());
+        product->setRequiredProducts(one);
+        return product;
+    };
+    EXPECT_GT(test::fail_each_allocation(
+                  prepare, [&](const auto& product) { product->setRequiredProducts(two); },
+                  [&](const auto& product) { EXPECT_EQ(product->getRequiredProducts(), one); }),
+              0);
+}
+
+// Its required products keep the map alive that takes their place.
+TEST(Product, TakesRequiredProductsThatOneOfTheOldOnesOwns) {
+    struct Owner : ProductImpl {
+        Owner() : ProductImpl(test::sample_model()) {}
+        RequiredProductMap products;
+    };
+    ProductImpl product(test::sample_model());
+    auto owner = std::make_shared<Owner>();
+    for (const char16_t* key : {u"a key that is long enough for the heap", u"b", u"c"})
+        owner->products[key] = std::make_shared<ProductImpl>(test::sample_model());
+    const RequiredProductMap expected = owner->products;
+    const RequiredProductMap& owned = owner->products;
+    product.setRequiredProducts({{u"a", std::move(owner)}, {u"b", nullptr}});
+    product.setRequiredProducts(owned);
+    EXPECT_EQ(product.getRequiredProducts(), expected);
+}
+
 } // namespace
