@@ -71,6 +71,17 @@ TEST(Product, IsConstructedWholeOrNotAtAll) {
               15);
 }
 
+// Of several faults the first is reported.
+TEST(Product, CopiesTheKeyOfAComponentBeforeItMakesTheComponent) {
+    const ustring key(1000, u'k');
+    const model::Product source = test::sample_model();
+    source->directRequiredComponents[u"c"]->componentKey = key;
+    ProductImpl product(test::sample_model());
+    test::allocations_to_failure = 1;
+    EXPECT_THROW(static_cast<void>(product.convertToInstallerComponents(source)), std::bad_alloc);
+    EXPECT_EQ(test::failed_size, (key.size() + 1) * sizeof(char16_t));
+}
+
 TEST(Product, OfAModelWithIllFormedTextsReportsTheFirst) {
     const model::Product source = full_model();
     model::AltDependency& alternative = source->altDependencies[1];
