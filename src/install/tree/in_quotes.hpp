@@ -10,7 +10,7 @@
 namespace install::tree {
 
 inline std::string in_quotes(std::string_view text) {
-    return '"' + printable(text) + '"';
+    return '"' + printable_text(text) + '"';
 }
 
 } // namespace install::tree
