@@ -100,11 +100,11 @@ public:
     /// Returns whether the product has a document, even an empty one, for this locale.
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
-    /// Return the documents by platform, and by locale, in UTF-8. The references are valid as long
-    /// as the product.
+    /// Return a copy of the document for this platform or locale, in UTF-8. If there is none, throw
+    /// std::out_of_range with "map::at:  key not found". Throw std::bad_alloc.
     /// @{
-    [[nodiscard]] const XmlMap& getPlatformXmls() const;
-    [[nodiscard]] const XmlMap& getLocaleXmls() const;
+    [[nodiscard]] std::string getPlatformXml(const std::string& platform) const;
+    [[nodiscard]] std::string getLocaleXml(const std::string& locale) const;
     /// @}
 
     /// \name Stages of serialize

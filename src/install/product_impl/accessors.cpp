@@ -74,12 +74,4 @@ bool ProductImpl::shouldWriteLocaleXml(const std::string& locale) const {
     return localeXmls_.contains(locale);
 }
 
-const XmlMap& ProductImpl::getPlatformXmls() const {
-    return platformXmls_;
-}
-
-const XmlMap& ProductImpl::getLocaleXmls() const {
-    return localeXmls_;
-}
-
 } // namespace install::product_impl

@@ -74,8 +74,8 @@ Faults compare(const View& view, const Plan& plan, InstallTree::Time since) {
     Faults faults;
     if (view.fault())
         faults.push_back({Kind::unreadable, view.fault()->path(), view.fault()->what()});
-    for (const auto& [name, text] : plan.documents)
-        if (auto fault = fault_of_document(view, name, *text))
+    for (const auto& [name, document] : plan.documents)
+        if (auto fault = fault_of_document(view, name, document.text()))
             faults.push_back(std::move(*fault));
     std::map<std::string, const Value*> lists; // of products with the same key, the last one's
     std::map<std::string, InstallTree::Time> times;

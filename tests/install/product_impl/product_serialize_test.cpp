@@ -79,6 +79,9 @@ TEST(ProductSerialize, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
     };
     EXPECT_EQ(write(&ProductImpl::writePlatformXml, "en"), "map::at:  key not found");
     EXPECT_EQ(write(&ProductImpl::writeLocaleXml, "hostpf"), "map::at:  key not found");
+    for (const auto get : {&ProductImpl::getPlatformXml, &ProductImpl::getLocaleXml})
+        EXPECT_EQ(test::failure_of<std::out_of_range>([&] { return (product.*get)("EN"); }),
+                  "map::at:  key not found");
     EXPECT_EQ(write(&ProductImpl::writePlatformXml, "\xFF"), "ill-formed UTF-8 at offset 0");
     EXPECT_TRUE(std::filesystem::is_empty(tree.path(products)));
 }

@@ -59,6 +59,9 @@ TEST(Product, IsASnapshotOfItsModel) {
     EXPECT_EQ(last.altField1 + last.altField2 + last.altField3 + last.altField4 + last.altField5,
               "1, long enough for the heap|2|\xC3\xA4|4|5");
     EXPECT_TRUE(product.shouldWriteLocaleXml("empty"));
+    EXPECT_EQ(product.getPlatformXml("hostpf") + product.getPlatformXml("both"),
+              "<host/><platform/>");
+    EXPECT_EQ(product.getLocaleXml("both") + product.getLocaleXml("empty"), "<locale/>");
     ASSERT_EQ(product.getComponents().size(), 2U);
     EXPECT_EQ(product.getComponents().begin()->second->getComponentKey(), u"a");
     EXPECT_EQ(product.getComponents().at(u"key")->getName(), u"1");

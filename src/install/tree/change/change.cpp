@@ -85,7 +85,7 @@ std::vector<Receipt> set_entries(Plan& plan, SharedObjects& shared) {
 
 // Leaves those of the documents that are neither written nor listed by any entry.
 void keep_needed(std::set<std::string>& doomed, const Plan& plan, SharedObject& contents) {
-    for (const auto& [name, text] : plan.documents)
+    for (const auto& [name, document] : plan.documents)
         doomed.erase(name);
     if (!doomed.empty())
         for (const auto& [key, value] : contents.members())
@@ -95,8 +95,8 @@ void keep_needed(std::set<std::string>& doomed, const Plan& plan, SharedObject& 
 // Stages the documents, and completes their receipts.
 void put_documents(Plan& plan, std::vector<Receipt>& receipts, Journal& journal) {
     std::map<std::string_view, Manifest::Entry::Content> contents;
-    for (const auto& [name, text] : plan.documents)
-        contents.emplace_hint(contents.end(), name, journal.put(name, *text));
+    for (const auto& [name, document] : plan.documents)
+        contents.emplace_hint(contents.end(), name, journal.put(name, document.text()));
     for (std::size_t index = 0; index < receipts.size(); ++index) {
         auto name = plan.entries[index].documents.begin();
         for (Receipt::Document& document : receipts[index].documents) {

@@ -16,7 +16,6 @@ using fl::i18n::ustring_to_utf8;
 using foundation::json::Value;
 using foundation::json::ValueVector;
 using product_impl::ProductImpl;
-using product_impl::XmlMap;
 
 // Returns the name in appdata of a document that an entry is to list. Throws what readFile throws
 // for a path that no file can have: no other path of a product leaves the directory of the
@@ -34,17 +33,17 @@ std::vector<const std::string*> add_documents(const ProductSelection& selection,
     std::vector<const std::string*> names;
     names.reserve(paths.size());
     auto path = paths.begin();
-    const auto add = [&](const XmlMap& documents, const std::string& tag) {
-        const auto document = documents.find(tag);
-        if (document == documents.end())
-            return;
+    const auto add = [&](const Plan::Document& document) {
         const auto added = plan.documents.insert_or_assign(
-            required_document_name((path++)->get<std::string>()), &document->second);
+            required_document_name((path++)->get<std::string>()), document);
         names.push_back(&added.first->first);
     };
+    const ProductImpl& product = *selection.product;
     for (const std::string& platform : selection.platforms)
-        add(selection.product->getPlatformXmls(), platform);
-    add(selection.product->getLocaleXmls(), selection.locale);
+        if (product.shouldWritePlatformXml(platform))
+            add({&product, &ProductImpl::getPlatformXml, &platform});
+    if (product.shouldWriteLocaleXml(selection.locale))
+        add({&product, &ProductImpl::getLocaleXml, &selection.locale});
     return names;
 }
 

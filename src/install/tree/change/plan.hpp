@@ -21,9 +21,16 @@ struct Plan {
         std::string basecode;                      // of the installed record
     };
 
-    // The texts of the documents, which belong to the products, by their names in appdata. Of
-    // several with one name, the last one is left.
-    std::map<std::string, const std::string*> documents;
+    // A document of a product, which is copied only while it is staged.
+    struct Document {
+        const product_impl::ProductImpl* product;
+        std::string (product_impl::ProductImpl::*get)(const std::string& tag) const;
+        const std::string* tag;
+        [[nodiscard]] std::string text() const { return (product->*get)(*tag); }
+    };
+
+    // The documents by their names in appdata. Of several with one name, the last one is left.
+    std::map<std::string, Document> documents;
     std::vector<Entry> entries; // in the order of the products
 };
 
