@@ -97,6 +97,16 @@ TEST(JsonFile, IsReadAndDiagnosedAsTheTableSays) {
     }
 }
 
+TEST(JsonFile, KeepsTheMembersBeforeTheDamage) {
+    foundation::json::ValueMap members;
+    for (const auto& [text, expected] :
+         {std::pair(R"({"a":1,"b":2)", R"({"a":1})"),
+          {R"({"kxdata":[1,2.5],"kxtype":"int8"})", R"({"kxdata":[1,2.5]})"}}) {
+        EXPECT_EQ(diagnoseJson(text, members).state, State::damaged);
+        EXPECT_EQ(test::dump(foundation::json::Value(members)), expected);
+    }
+}
+
 TEST(JsonFile, IsMissingOrUnreadable) {
     const test::TemporaryDirectory directory;
     directory.write("file", "");

@@ -90,30 +90,31 @@ TEST(Reader, BoundsTheNestingButNotTheLength) {
     EXPECT_EQ(read("[" + repeated(100000, "[],") + "{}]", false).code, parse_ok);
 }
 
-// A failure leaves the output alone. Reading a payload reports code 19 instead of throwing, and
-// reading one again leaves it undefined.
+// A failure leaves the output alone. Reading a payload reports code 19 instead of throwing; reading
+// one again takes no memory, as the value that it replaces would be lost.
 TEST(Reader, SurvivesExhaustedMemoryAtAnyPlace) {
-    const std::string text =
-        R"({"a key that is long enough for the heap":["and a text that is, too",1.5,{"k":[null]}],)"
-        R"("n":11111111111111111111111111111,)"
-        R"("typed":{"kxtype":"uint64","kxdata":[18446744073709551615,0]},"":{}})";
-    const std::string twice = R"({"kxdata":0,"kxdata":[1],"kxtype":"int8"})";
     std::map<std::string, int> outcomes;
-    for (const std::string& each : {text, twice})
+    for (const char* text :
+         {R"({"a key that is long enough for the heap":["and a text that is, too",1.5,)"
+          R"({"k":[null]}],"n":11111111111111111111111111111,)"
+          R"("typed":{"kxtype":"uint64","kxdata":[18446744073709551615,0]},"":{}})",
+          R"({"kxdata":[1,2,3,4,5],"kxtype":"int8"})",
+          R"({"kxdata":0,"kxdata":[1,2],"kxtype":"int8","kxdata":[3],"kxtype":"uint8"})"}) {
+        const std::string whole = text;
         test::fail_each_allocation([] { return Reading(); },
                                    [&](Reading& reading) {
-                                       auto pos = each.begin();
+                                       auto pos = whole.begin();
                                        reading.code =
-                                           parse_value(reading.out, pos, each.end(), false);
+                                           parse_value(reading.out, pos, whole.end(), false);
                                    },
                                    [&](const Reading& reading) {
                                        const std::string out = test::dump(reading.out);
                                        ++outcomes[std::to_string(reading.code) + " " + out];
                                    });
-    EXPECT_EQ(outcomes.size(), 3U);
+    }
+    EXPECT_EQ(outcomes.size(), 2U);
     EXPECT_GT(outcomes["0 " + untouched], 20); // thrown
     EXPECT_GT(outcomes["19 " + untouched], 2);
-    EXPECT_EQ(outcomes[R"(0 {"kxdata":undefined,"kxtype":"int8"})"], 2);
 }
 
 } // namespace
