@@ -1,5 +1,6 @@
 #include "foundation/json/detail/parser.hpp"
 
+#include "fl/export.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/reading.hpp"
 #include "support/table.hpp"
@@ -9,6 +10,15 @@
 #include <functional>
 #include <map>
 #include <string>
+
+// The linker makes calls of u16_to_u8 reach another_text_of, and text_of reach u16_to_u8.
+using TextOfUnits = std::string(const char16_t*, int);
+KX_EXPORT TextOfUnits text_of __asm__("__real__ZN10foundation4json6detail9u16_to_u8B5cxx11EPKDsi");
+TextOfUnits another_text_of __asm__("__wrap__ZN10foundation4json6detail9u16_to_u8B5cxx11EPKDsi");
+static const char* another_text = nullptr;
+std::string another_text_of(const char16_t* units, int count) {
+    return another_text != nullptr ? another_text : text_of(units, count);
+}
 
 namespace {
 
@@ -88,6 +98,18 @@ TEST(Reader, BoundsTheNestingButNotTheLength) {
         }
     }
     EXPECT_EQ(read("[" + repeated(100000, "[],") + "{}]", false).code, parse_ok);
+}
+
+// The stand-in's text is never longer than the escapes that it stands for.
+TEST(Reader, AppendsWhateverTheJsonServicesMakeOfUnpairedUnits) {
+    for (const std::size_t length : {0U, 1U, 6U, 7U, 12U, 13U, 1000U}) {
+        const std::string text(length, 'x');
+        another_text = text.c_str();
+        EXPECT_EQ(read(R"("a\uDC00\nb\uD83D\u0041\"\uDC00\uDC00c")").out,
+                  Value("a" + text + "\nb" + text + '"' + text + text + 'c'));
+        EXPECT_EQ(read_by(operations.at("string_element"), R"(\uDC00")", false).out, Value(text));
+        another_text = nullptr;
+    }
 }
 
 // A failure leaves the output alone. Reading a payload reports code 19 instead of throwing; reading
