@@ -100,6 +100,18 @@ TEST(Reader, BoundsTheNestingButNotTheLength) {
     EXPECT_EQ(read("[" + repeated(100000, "[],") + "{}]", false).code, parse_ok);
 }
 
+// Brackets are the texts that take most memory for their length.
+TEST(Reader, TakesMemoryInProportionToTheText) {
+    for (const auto& [open, close] :
+         {std::pair("[", "]"), {"[0,", "]"}, {"[{},", "]"}, {"{\"\":", "}"}}) {
+        const std::string text =
+            repeated(max_nesting_depth - 1, open) + "[]" + repeated(max_nesting_depth - 1, close);
+        test::allocated_size = 0;
+        EXPECT_EQ(read(text).code, parse_ok);
+        EXPECT_LT(test::allocated_size / text.size(), 60U) << open;
+    }
+}
+
 // The stand-in's text is never longer than the escapes that it stands for.
 TEST(Reader, AppendsWhateverTheJsonServicesMakeOfUnpairedUnits) {
     for (const std::size_t length : {0U, 1U, 6U, 7U, 12U, 13U, 1000U}) {
