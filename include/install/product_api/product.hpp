@@ -101,9 +101,11 @@ public:
     /// `platforms` and `locale`, its entry in the contents map, and the time of this write in the
     /// installed record. Existing files are overwritten in-place.
     ///
-    /// Tags are UTF-8; one without a document is skipped. A file that cannot be written is skipped,
-    /// and nothing is reported. Directories are created only for documents: in a new tree, a write
-    /// without documents leaves no files.
+    /// Tags are UTF-8; one without a document is skipped. A failed write is not reported, and the
+    /// write goes on with the next file: one that could not be opened is unchanged, but after that
+    /// a failure, such as a full disk, may leave the file truncated or empty. A FIFO in the place
+    /// of a file blocks until another process opens it, too. Directories are created only for
+    /// documents: in a new tree, a write without documents leaves no files.
     ///
     /// Throws
     /// - std::runtime_error if a JSON file exists but cannot be read or does not begin with an

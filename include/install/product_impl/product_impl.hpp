@@ -108,7 +108,8 @@ public:
     /// @}
 
     /// \name Stages of serialize
-    /// All throw as serialize does. Paths and keys are those of
+    /// All throw as serialize does, where what it says of `installRoot` is true of `filePath`, too,
+    /// and what their own descriptions add. Paths and keys are those of
     /// install/product_impl/utils/paths.hpp.
     /// @{
 
@@ -134,7 +135,7 @@ public:
                            const std::string& locale) const;
 
     /// Reads the contents map at `filePath`, replaces or adds this product's entry, and rewrites
-    /// the file.
+    /// the file. A missing file counts as one that cannot be read: std::runtime_error.
     void addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                const std::vector<std::string>& platforms,
                                const std::string& locale) const;
@@ -154,7 +155,7 @@ public:
     void createInstalledProdData(const fl::filesystem::path& filePath) const;
 
     /// Reads the installed record at `filePath`, replaces or adds this product's entry, and
-    /// rewrites the file.
+    /// rewrites the file. A missing file counts as one that cannot be read: std::runtime_error.
     void addEntryInInstalledProdData(const fl::filesystem::path& filePath) const;
     /// @}
 

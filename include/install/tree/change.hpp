@@ -98,7 +98,7 @@ struct StagedChange;
 /// whatever could be found to be wrong was reported.
 class KX_EXPORT PreparedChange {
 public:
-    /// Takes the change of `other`; that can only be destroyed or assigned to afterwards.
+    /// Takes the change of `other`, which holds none afterwards.
     PreparedChange(PreparedChange&& other) noexcept;
     /// The same; drops the change that was here.
     PreparedChange& operator=(PreparedChange&& other) noexcept;
@@ -114,8 +114,8 @@ public:
 
     /// Makes the change, and releases the lock. Throws tree_error, or what the observer of the
     /// progress throws; the tree is then as it was, unless tree_error::is_committed() returns true.
-    /// Afterwards this can only be destroyed or assigned to, whether it threw or not; a second call
-    /// does nothing.
+    /// Afterwards this holds no change, whether it threw or not: steps() and removed() return
+    /// nothing, and a second call does nothing.
     void commit();
 
 private:

@@ -86,6 +86,19 @@ TEST(ProductSerialize, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
     EXPECT_TRUE(std::filesystem::is_empty(tree.path(products)));
 }
 
+TEST(ProductSerialize, AddsAnEntryOnlyToAFileThatIsThere) {
+    const test::TemporaryDirectory tree;
+    const ProductImpl product(test::sample_model());
+    const install::ustring missing = tree.upath("missing");
+    EXPECT_EQ(test::failure_of<std::runtime_error>(
+                  [&] { product.addEntryInContentsMap(tree.upath(), missing, {}, ""); }),
+              "invalid conversion: undefined to object");
+    EXPECT_EQ(test::failure_of<std::runtime_error>(
+                  [&] { product.addEntryInInstalledProdData(fl::filesystem::path(missing)); }),
+              "invalid conversion: undefined to object");
+    EXPECT_TRUE(std::filesystem::is_empty(tree.path()));
+}
+
 // Each file is as it was before, or as it must be in the end, in the order of the stages.
 TEST(ProductSerialize, LeavesOldOrCompleteFilesAfterAnyExhaustedMemory) {
     const ProductImpl product(test::sample_model());
