@@ -118,8 +118,8 @@ bool report_missing(const InstallTree& tree, const std::vector<ProductSelection>
                     std::chrono::system_clock::time_point start) {
     const auto faults = tree.verify(all, std::chrono::floor<std::chrono::milliseconds>(start));
     for (const auto& fault : faults)
-        std::cerr << "not written: " << install::tree::printable(fault.path) << ": " << fault.text
-                  << '\n';
+        std::cerr << "not written: " << install::tree::printable_text(fault.path) << ": "
+                  << fault.text << '\n';
     return faults.empty();
 }
 

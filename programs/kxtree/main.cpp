@@ -34,16 +34,16 @@ int run(int argc, char** argv) {
 }
 
 int run_and_report(int argc, char** argv) {
-    using install::tree::printable;
+    using install::tree::printable_text;
     try {
         return run(argc, argv);
     } catch (const install::tree::tree_error& error) {
         const bool has_waited = error.code() == std::errc::timed_out;
-        return report(printable(error.what()), has_waited ? kxtree::waited : kxtree::failed);
+        return report(printable_text(error.what()), has_waited ? kxtree::waited : kxtree::failed);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        return report(printable(error.what()), kxtree::failed);
+        return report(printable_text(error.what()), kxtree::failed);
     }
 }
 

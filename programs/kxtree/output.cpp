@@ -17,7 +17,7 @@ namespace kxtree {
 using install::tree::Fault;
 using install::tree::Health;
 using install::tree::Listing;
-using install::tree::printable;
+using install::tree::printable_text;
 using install::tree::RecordEntry;
 
 namespace {
@@ -26,7 +26,7 @@ namespace {
 void print_finding(std::ostream& stream, const std::string& path, std::string text) {
     for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 1))
         text.insert(end + 1, "    ");
-    stream << "  " << printable(path) << ": " << text << '\n';
+    stream << "  " << printable_text(path) << ": " << text << '\n';
 }
 
 void print_faults(std::ostream& stream, const std::string& title,
@@ -45,7 +45,7 @@ void print_record(std::ostream& stream, std::vector<RecordEntry> record) {
                      [](const auto& left, const auto& right) { return left.time < right.time; });
     stream << "Products, by their last write:\n";
     for (const RecordEntry& entry : record)
-        stream << "  " << iso_time(entry.time) << "  " << printable(entry.basecode) << '\n';
+        stream << "  " << iso_time(entry.time) << "  " << printable_text(entry.basecode) << '\n';
 }
 
 std::string counted(std::size_t count, const char* what) {
@@ -68,11 +68,11 @@ std::string Style::in_colour(const char* code, std::string_view text) const {
 void print_listing(std::ostream& stream, const Listing& listing) {
     std::vector<std::vector<std::string>> rows{{"PRODUCT", "BASECODE", "FILES", "LAST WRITE"}};
     for (const auto& [entry, receipt] : products_of(listing))
-        rows.push_back({printable(entry->key), receipt ? printable(receipt->basecode) : "-",
-                        std::to_string(entry->paths.size()),
-                        receipt ? iso_time(receipt->time) : "-"});
+        rows.push_back(
+            {printable_text(entry->key), receipt ? printable_text(receipt->basecode) : "-",
+             std::to_string(entry->paths.size()), receipt ? iso_time(receipt->time) : "-"});
     for (const RecordEntry& entry : unclaimed_record_of(listing))
-        rows.push_back({"-", printable(entry.basecode), "-", iso_time(entry.time)});
+        rows.push_back({"-", printable_text(entry.basecode), "-", iso_time(entry.time)});
     print_table(stream, rows, 2);
 }
 
@@ -82,7 +82,7 @@ void print_documents(std::ostream& stream,
     rows.reserve(documents.size());
     for (const auto& document : documents)
         rows.push_back({std::to_string(document.size), state_of(document),
-                        printable(document.file.empty() ? document.path : document.file)});
+                        printable_text(document.file.empty() ? document.path : document.file)});
     print_table(stream, rows, 0);
 }
 
@@ -98,15 +98,15 @@ void print_health(std::ostream& stream, const Health& health, const Style& style
 
 void print_removal(std::ostream& stream, const Removal& removal) {
     for (const auto& product : removal.products) {
-        stream << (removal.done ? "Removed " : "Would remove ") << printable(product.key);
+        stream << (removal.done ? "Removed " : "Would remove ") << printable_text(product.key);
         if (product.basecode)
-            stream << ", and " << printable(*product.basecode) << " from the installed record";
+            stream << ", and " << printable_text(*product.basecode) << " from the installed record";
         stream << ".\n";
     }
     if (removal.done)
         return;
     for (const auto& step : removal.steps)
-        stream << "  " << name_of(step.kind) << ' ' << printable(step.path) << '\n';
+        stream << "  " << name_of(step.kind) << ' ' << printable_text(step.path) << '\n';
 }
 
 void print_repair(std::ostream& stream, const install::tree::RepairReport& report, bool applied,
@@ -123,9 +123,9 @@ void print_repair(std::ostream& stream, const install::tree::RepairReport& repor
 void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths) {
     for (const auto& [path, keys] : paths) {
         for (const std::string& key : keys)
-            stream << printable(path) << ": " << printable(key) << '\n';
+            stream << printable_text(path) << ": " << printable_text(key) << '\n';
         if (keys.empty())
-            std::cerr << printable(path) << ": no product lists it\n";
+            std::cerr << printable_text(path) << ": no product lists it\n";
     }
 }
 

@@ -6,8 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cfenv>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <string_view>
 
 namespace foundation::json {
@@ -43,11 +46,35 @@ const char* type_missing_from_kxtype(const ValueMap& members) {
 
 // Whether `number` is a whole number below 2^53, which is written in digits: the shortest text may
 // have an exponent, and other people's integer readers refuse that. Minus zero is not an integer.
+// The bits decide, as a host may have made all arithmetic take subnormal numbers for zero.
 bool is_exact_integer(double number) {
-    constexpr double bound = 9007199254740992.0;
-    return std::abs(number) < bound && std::trunc(number) == number &&
-           !(number == 0 && std::signbit(number));
+    constexpr int fraction_bits = 52;
+    constexpr std::uint64_t fraction = (std::uint64_t(1) << fraction_bits) - 1;
+    const auto bits = std::bit_cast<std::uint64_t>(number);
+    const int exponent = static_cast<int>(bits >> fraction_bits & 0x7FF) - 1023;
+    if (exponent < 0)
+        return bits == 0;
+    return exponent <= fraction_bits && (bits & fraction >> exponent) == 0;
 }
+
+bool is_subnormal(double number) {
+    return (std::bit_cast<std::uint64_t>(number) >> 52U & 0x7FF) == 0;
+}
+
+// While it lives, arithmetic has its subnormal numbers.
+class DefaultArithmetic {
+public:
+    DefaultArithmetic() noexcept {
+        std::fegetenv(&environment_);
+        std::fesetenv(FE_DFL_ENV);
+    }
+    DefaultArithmetic(const DefaultArithmetic&) = delete;
+    DefaultArithmetic& operator=(const DefaultArithmetic&) = delete;
+    ~DefaultArithmetic() { std::fesetenv(&environment_); }
+
+private:
+    std::fenv_t environment_ = {};
+};
 
 // Appends the text of values to one string.
 class Writer {
@@ -70,8 +97,7 @@ public:
             write_object(*value.get_if<ValueMap>());
             break;
         case traits<float>::tag:
-            // As a double, as which it reads back: 0.1F is not the number 0.1.
-            write_floating(*value.get_if<float>());
+            write_float(*value.get_if<float>());
             break;
         case traits<long long>::tag:
             write_number(*value.get_if<long long>());
@@ -131,8 +157,21 @@ private:
             text_ += "null";
         else if (std::isinf(number))
             text_ += number < 0 ? "-1e999" : "1e999"; // out of range, which reads as infinity
+        else if (is_subnormal(number))
+            write_subnormal(number);
         else
             write_number(number);
+    }
+
+    // As a double, as which it reads back: 0.1F is not the number 0.1.
+    void write_float(const float& number) {
+        const DefaultArithmetic arithmetic; // a conversion is arithmetic, too
+        write_floating(number);
+    }
+
+    void write_subnormal(double number) {
+        const DefaultArithmetic arithmetic; // std::to_chars itself compares with zero
+        write_number(number);
     }
 
     template <class Number>

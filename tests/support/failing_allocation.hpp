@@ -2,12 +2,19 @@
 
 #pragma once
 
+#include <cstddef>
 #include <new>
 
 namespace test {
 
 /// The allocation of this thread that throws std::bad_alloc, counted from 1; none does from 0 down.
 extern thread_local constinit int allocations_to_failure;
+
+/// The size of the allocation that failed last in this thread.
+extern thread_local constinit std::size_t failed_size;
+
+/// The size of all allocations of this thread together.
+extern thread_local constinit std::size_t allocated_size;
 
 /// Runs `operation` on what `prepare` returns, with the 1st, 2nd, 3rd, ... allocation failing,
 /// until a run meets no failure. After each failed run calls `check` with what was prepared.

@@ -19,9 +19,9 @@ namespace detail {
 /// between them unless `path` is empty or ends with one. `element` may contain separators. `native`
 /// is the flag of the path.
 ///
-/// Throws std::invalid_argument, which names the element, if a component of `element` is `..`: the
-/// result could lie outside of the directory `path`. Throws std::bad_alloc and std::length_error.
-/// After an exception, `path` is unchanged.
+/// Throws std::invalid_argument if a component of `element` is `..`: the result could lie outside
+/// of the directory `path`. It names the element, or where that is ill-formed, the offset of the
+/// fault. Throws std::bad_alloc and std::length_error. After an exception, `path` is unchanged.
 KX_EXPORT void concatenate_pathname(ustring& path, const ustring& element, bool native);
 
 /// Returns the part of `path` before its last separator. The parent of the root, and of a file

@@ -91,8 +91,8 @@ public:
     /// Returns the basecodes of the products that the model requires, in the model's order. They do
     /// not depend on setRequiredProducts.
     [[nodiscard]] virtual std::vector<ustring> getRequiredProductsBasecodes() const = 0;
-    /// Replaces all required products, and releases the former ones. After std::bad_alloc it is
-    /// unspecified which ones the product has.
+    /// Replaces all required products, and releases the earlier ones, which may own `products`.
+    /// After std::bad_alloc the product still has the earlier ones.
     virtual void setRequiredProducts(const RequiredProductMap& products) = 0;
     /// Returns the directly required components. They are shared, not copied.
     [[nodiscard]] virtual ComponentMap getComponents() const = 0;
@@ -101,9 +101,11 @@ public:
     /// `platforms` and `locale`, its entry in the contents map, and the time of this write in the
     /// installed record. Existing files are overwritten in-place.
     ///
-    /// Tags are UTF-8; one without a document is skipped. A file that cannot be written is skipped,
-    /// and nothing is reported. Directories are created only for documents: in a new tree, a write
-    /// without documents leaves no files.
+    /// Tags are UTF-8; one without a document is skipped. A failed write is not reported, and the
+    /// write goes on with the next file: one that could not be opened is unchanged, but after that
+    /// a failure, such as a full disk, may leave the file truncated or empty. A FIFO in the place
+    /// of a file blocks until another process opens it, too. Directories are created only for
+    /// documents: in a new tree, a write without documents leaves no files.
     ///
     /// Throws
     /// - std::runtime_error if a JSON file exists but cannot be read or does not begin with an

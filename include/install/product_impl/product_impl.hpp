@@ -100,15 +100,16 @@ public:
     /// Returns whether the product has a document, even an empty one, for this locale.
     [[nodiscard]] bool shouldWriteLocaleXml(const std::string& locale) const;
 
-    /// Return the documents by platform, and by locale, in UTF-8. The references are valid as long
-    /// as the product.
+    /// Return a copy of the document for this platform or locale, in UTF-8. If there is none, throw
+    /// std::out_of_range with "map::at:  key not found". Throw std::bad_alloc.
     /// @{
-    [[nodiscard]] const XmlMap& getPlatformXmls() const;
-    [[nodiscard]] const XmlMap& getLocaleXmls() const;
+    [[nodiscard]] std::string getPlatformXml(const std::string& platform) const;
+    [[nodiscard]] std::string getLocaleXml(const std::string& locale) const;
     /// @}
 
     /// \name Stages of serialize
-    /// All throw as serialize does. Paths and keys are those of
+    /// All throw as serialize does, where what it says of `installRoot` is true of `filePath`, too,
+    /// and what their own descriptions add. Paths and keys are those of
     /// install/product_impl/utils/paths.hpp.
     /// @{
 
@@ -134,7 +135,7 @@ public:
                            const std::string& locale) const;
 
     /// Reads the contents map at `filePath`, replaces or adds this product's entry, and rewrites
-    /// the file.
+    /// the file. A missing file counts as one that cannot be read: std::runtime_error.
     void addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                const std::vector<std::string>& platforms,
                                const std::string& locale) const;
@@ -154,7 +155,7 @@ public:
     void createInstalledProdData(const fl::filesystem::path& filePath) const;
 
     /// Reads the installed record at `filePath`, replaces or adds this product's entry, and
-    /// rewrites the file.
+    /// rewrites the file. A missing file counts as one that cannot be read: std::runtime_error.
     void addEntryInInstalledProdData(const fl::filesystem::path& filePath) const;
     /// @}
 

@@ -53,7 +53,9 @@ std::vector<ustring> ProductImpl::getRequiredProductsBasecodes() const {
 }
 
 void ProductImpl::setRequiredProducts(const RequiredProductMap& products) {
-    requiredProducts_ = products;
+    // The earlier products, which may own `products`, die last.
+    RequiredProductMap copy = products;
+    requiredProducts_.swap(copy);
 }
 
 ComponentMap ProductImpl::getComponents() const {
@@ -70,14 +72,6 @@ bool ProductImpl::shouldWritePlatformXml(const std::string& platform) const {
 
 bool ProductImpl::shouldWriteLocaleXml(const std::string& locale) const {
     return localeXmls_.contains(locale);
-}
-
-const XmlMap& ProductImpl::getPlatformXmls() const {
-    return platformXmls_;
-}
-
-const XmlMap& ProductImpl::getLocaleXmls() const {
-    return localeXmls_;
 }
 
 } // namespace install::product_impl

@@ -46,9 +46,12 @@ ComponentMap ProductImpl::convertToInstallerComponents(const Model& model) {
     ComponentMap components;
     // The model's own keys are not used. A component is made even if its key is taken already, so
     // that a failure to make it never goes unnoticed.
-    for (const auto& [key, component] : model->getDirectRequiredComponents())
-        components.emplace(component->componentKey,
+    // The key is copied first, so that of two faults it is always the same one that is reported.
+    for (const auto& [key, component] : model->getDirectRequiredComponents()) {
+        ustring component_key = component->componentKey;
+        components.emplace(std::move(component_key),
                            std::make_shared<const ComponentImpl>(component));
+    }
     return components;
 }
 

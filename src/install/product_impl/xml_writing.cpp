@@ -1,4 +1,4 @@
-// The first stage of serialize: the XML documents, each written byte for byte.
+// The XML documents, and the first stage of serialize, which writes each of them byte for byte.
 
 #include "fl/i18n/text_conversion.hpp"
 #include "install/product_impl/product_impl.hpp"
@@ -26,6 +26,14 @@ void write_document(const fl::filesystem::path& path, const XmlMap& documents,
 }
 
 } // namespace
+
+std::string ProductImpl::getPlatformXml(const std::string& platform) const {
+    return document_of(platformXmls_, platform);
+}
+
+std::string ProductImpl::getLocaleXml(const std::string& locale) const {
+    return document_of(localeXmls_, locale);
+}
 
 void ProductImpl::writeXml(const ustring& installRoot, const std::vector<std::string>& platforms,
                            const std::string& locale) const {

@@ -35,17 +35,17 @@ std::vector<const Plan::Document*> add_documents(const ProductSelection& selecti
     std::vector<const Plan::Document*> added;
     added.reserve(paths.size());
     auto path = paths.begin();
-    const auto add = [&](const std::string& tag, bool is_of_locale) {
+    const auto add = [&](Plan::Getter getter, const std::string& tag) {
         const auto [document, is_new] =
             plan.documents.insert_or_assign(required_document_name((path++)->get<std::string>()),
-                                            Plan::Document{&product, &tag, is_of_locale});
+                                            Plan::Document{&product, getter, &tag});
         added.push_back(&document->second);
     };
     for (const std::string& platform : selection.platforms)
-        if (product.getPlatformXmls().contains(platform))
-            add(platform, false);
-    if (product.getLocaleXmls().contains(selection.locale))
-        add(selection.locale, true);
+        if (product.shouldWritePlatformXml(platform))
+            add(&ProductImpl::getPlatformXml, platform);
+    if (product.shouldWriteLocaleXml(selection.locale))
+        add(&ProductImpl::getLocaleXml, selection.locale);
     return added;
 }
 
@@ -61,10 +61,6 @@ void add_product(const Layout& layout, const ProductSelection& selection, Plan& 
 }
 
 } // namespace
-
-std::string Plan::Document::text() const {
-    return (is_of_locale ? product->getLocaleXmls() : product->getPlatformXmls()).at(*tag);
-}
 
 Plan plan_write(const Layout& layout, const std::vector<ProductSelection>& selections) {
     Plan plan;

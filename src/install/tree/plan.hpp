@@ -13,14 +13,16 @@
 namespace install::tree {
 
 struct Plan {
+    using Getter = std::string (product_impl::ProductImpl::*)(const std::string& tag) const;
+
     // A document of a product, which is asked for its text when that is needed.
     struct Document {
         const product_impl::ProductImpl* product;
+        Getter getter;
         const std::string* tag;
-        bool is_of_locale;
         FileRecord written = {}; // once it is staged
 
-        [[nodiscard]] std::string text() const;
+        [[nodiscard]] std::string text() const { return (product->*getter)(*tag); }
     };
 
     // A product's entries.

@@ -38,7 +38,9 @@ TEST(Paths, AreComposedAsTheTableSays) {
 TEST(Paths, AreAppendedToEvenByThemselves) {
     path joined(u"a");
     joined.append_element(u"b").append_element(static_cast<const char16_t*>(nullptr));
-    EXPECT_THROW(joined.append_element(u"../" + ustring(1, 0xD800)), std::invalid_argument);
+    EXPECT_EQ(test::failure_of<std::invalid_argument>(
+                  [&] { joined.append_element(u"../" + ustring(1, 0xD800)); }),
+              "path element climbs out of its directory: ill-formed UTF-16 at offset 3");
     EXPECT_EQ(joined.append_element(joined.text()).text(), u"a/b/a/b");
     EXPECT_EQ(joined.append_element(joined.text()).text(), u"a/b/a/b/a/b/a/b");
 }

@@ -79,14 +79,32 @@ TEST(ProductSerialize, NamesADocumentThatIsMissingOnlyWhereItIsAskedFor) {
     };
     EXPECT_EQ(write(&ProductImpl::writePlatformXml, "en"), "map::at:  key not found");
     EXPECT_EQ(write(&ProductImpl::writeLocaleXml, "hostpf"), "map::at:  key not found");
+    for (const auto get : {&ProductImpl::getPlatformXml, &ProductImpl::getLocaleXml})
+        EXPECT_EQ(test::failure_of<std::out_of_range>([&] { return (product.*get)("EN"); }),
+                  "map::at:  key not found");
     EXPECT_EQ(write(&ProductImpl::writePlatformXml, "\xFF"), "ill-formed UTF-8 at offset 0");
     EXPECT_TRUE(std::filesystem::is_empty(tree.path(products)));
+}
+
+TEST(ProductSerialize, AddsAnEntryOnlyToAFileThatIsThere) {
+    const test::TemporaryDirectory tree;
+    const ProductImpl product(test::sample_model());
+    const install::ustring missing = tree.upath("missing");
+    EXPECT_EQ(test::failure_of<std::runtime_error>(
+                  [&] { product.addEntryInContentsMap(tree.upath(), missing, {}, ""); }),
+              "invalid conversion: undefined to object");
+    EXPECT_EQ(test::failure_of<std::runtime_error>(
+                  [&] { product.addEntryInInstalledProdData(fl::filesystem::path(missing)); }),
+              "invalid conversion: undefined to object");
+    EXPECT_TRUE(std::filesystem::is_empty(tree.path()));
 }
 
 // Each file is as it was before, or as it must be in the end, in the order of the stages.
 TEST(ProductSerialize, LeavesOldOrCompleteFilesAfterAnyExhaustedMemory) {
     const ProductImpl product(test::sample_model());
-    const std::string before = R"({"Other":1})";
+    // Its data is read a second time, and must not be lost if there is no memory for that.
+    const std::string before =
+        R"({"Other": {"kxdata": [18446744073709551615, 1], "kxtype": "uint64"}})";
     std::set<std::string> states;
     const int failures = test::fail_each_allocation(
         [&] {
@@ -95,14 +113,18 @@ TEST(ProductSerialize, LeavesOldOrCompleteFilesAfterAnyExhaustedMemory) {
             tree->write(installed_record, before);
             return tree;
         },
-        [&](const auto& tree) { product.serialize(tree->upath(), {"hostpf"}, ""); },
+        [&](const auto& tree) {
+            test::failure_of<std::runtime_error>( // as a file that cannot be read
+                [&] { product.serialize(tree->upath(), {"hostpf"}, ""); });
+        },
         [&](const auto& tree) {
             states.insert(tree->content(products + "Sample Tool 2.5 hostpf.xml") +
                           tree->content(contents_map) + tree->content(installed_record));
         });
     EXPECT_GT(failures, 50);
-    const std::string map = R"({"Other":1,"Sample Tool 2.5 hostpf":)"
-                            R"(["/appdata/products/Sample Tool 2.5 hostpf.xml"]})";
+    const std::string map =
+        R"({"Other":{"kxdata":[18446744073709551615,1],"kxtype":"uint64"},)"
+        R"("Sample Tool 2.5 hostpf":["/appdata/products/Sample Tool 2.5 hostpf.xml"]})";
     EXPECT_EQ(states, (std::set<std::string>{before + before, "<host/>" + before + before,
                                              "<host/>" + map + before}));
 }

@@ -59,6 +59,9 @@ TEST(Product, IsASnapshotOfItsModel) {
     EXPECT_EQ(last.altField1 + last.altField2 + last.altField3 + last.altField4 + last.altField5,
               "1, long enough for the heap|2|\xC3\xA4|4|5");
     EXPECT_TRUE(product.shouldWriteLocaleXml("empty"));
+    EXPECT_EQ(product.getPlatformXml("hostpf") + product.getPlatformXml("both"),
+              "<host/><platform/>");
+    EXPECT_EQ(product.getLocaleXml("both") + product.getLocaleXml("empty"), "<locale/>");
     ASSERT_EQ(product.getComponents().size(), 2U);
     EXPECT_EQ(product.getComponents().begin()->second->getComponentKey(), u"a");
     EXPECT_EQ(product.getComponents().at(u"key")->getName(), u"1");
@@ -69,6 +72,17 @@ TEST(Product, IsConstructedWholeOrNotAtAll) {
     EXPECT_GE(test::fail_each_allocation([] { return 0; },
                                          [&](int) { const ProductImpl whole(source); }, [](int) {}),
               15);
+}
+
+// Of several faults the first is reported.
+TEST(Product, CopiesTheKeyOfAComponentBeforeItMakesTheComponent) {
+    const ustring key(1000, u'k');
+    const model::Product source = test::sample_model();
+    source->directRequiredComponents[u"c"]->componentKey = key;
+    ProductImpl product(test::sample_model());
+    test::allocations_to_failure = 1;
+    EXPECT_THROW(static_cast<void>(product.convertToInstallerComponents(source)), std::bad_alloc);
+    EXPECT_EQ(test::failed_size, (key.size() + 1) * sizeof(char16_t));
 }
 
 TEST(Product, OfAModelWithIllFormedTextsReportsTheFirst) {
@@ -101,6 +115,37 @@ TEST(Product, SharesComponentsAndTheRequiredProductsThatWereSetLast) {
     EXPECT_FALSE(component.expired());
     components.clear();
     EXPECT_TRUE(component.expired());
+}
+
+TEST(Product, KeepsItsRequiredProductsIfMemoryIsExhausted) {
+    const RequiredProductMap one = {{u"any key", nullptr}};
+    const RequiredProductMap two = {{u"any key", nullptr}, {u"another", nullptr}};
+    const auto prepare = [&] {
+        auto product = std::make_unique<ProductImpl>(test::sample_model());
+        product->setRequiredProducts(one);
+        return product;
+    };
+    EXPECT_GT(test::fail_each_allocation(
+                  prepare, [&](const auto& product) { product->setRequiredProducts(two); },
+                  [&](const auto& product) { EXPECT_EQ(product->getRequiredProducts(), one); }),
+              0);
+}
+
+// Its required products keep the map alive that takes their place.
+TEST(Product, TakesRequiredProductsThatOneOfTheOldOnesOwns) {
+    struct Owner : ProductImpl {
+        Owner() : ProductImpl(test::sample_model()) {}
+        RequiredProductMap products;
+    };
+    ProductImpl product(test::sample_model());
+    auto owner = std::make_shared<Owner>();
+    for (const char16_t* key : {u"a key that is long enough for the heap", u"b", u"c"})
+        owner->products[key] = std::make_shared<ProductImpl>(test::sample_model());
+    const RequiredProductMap expected = owner->products;
+    const RequiredProductMap& owned = owner->products;
+    product.setRequiredProducts({{u"a", std::move(owner)}, {u"b", nullptr}});
+    product.setRequiredProducts(owned);
+    EXPECT_EQ(product.getRequiredProducts(), expected);
 }
 
 } // namespace

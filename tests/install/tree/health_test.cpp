@@ -71,11 +71,11 @@ TEST(PrintableText, HasNothingThatATerminalObeys) {
     for (const std::string whole :
          {"a\\~\u00E4\u20AC\U0001F600", "\u00A0\u07FF\u0800\uFFFD\U00010000\U0010FFFF",
           "\u2027\u202F\u2065\u206A\u200D\u061B"})
-        EXPECT_EQ(printable(whole), whole);
-    EXPECT_EQ(printable("\x1b[0m\n\x1F \x7F\u0080\u009F\u202E\u2028\u2069\u200E\u061C"),
+        EXPECT_EQ(printable_text(whole), whole);
+    EXPECT_EQ(printable_text("\x1b[0m\n\x1F \x7F\u0080\u009F\u202E\u2028\u2069\u200E\u061C"),
               "\\x1b[0m\\x0a\\x1f \\x7f\\u{80}\\u{9f}\\u{202e}\\u{2028}\\u{2069}\\u{200e}\\u{61c}");
     // Not UTF-8: truncated, longer than need be, half a pair, beyond the last character.
-    EXPECT_EQ(printable("\xFF\xC3(\xC0\x80\xE0\x9F\xBF\xED\xA0\x80\xF4\x90\x80\x80\xE2\x82"),
+    EXPECT_EQ(printable_text("\xFF\xC3(\xC0\x80\xE0\x9F\xBF\xED\xA0\x80\xF4\x90\x80\x80\xE2\x82"),
               "\\xff\\xc3(\\xc0\\x80\\xe0\\x9f\\xbf\\xed\\xa0\\x80\\xf4\\x90\\x80\\x80\\xe2\\x82");
 }
 

@@ -87,6 +87,8 @@ TEST(Receipts, KnowTheBasecodesOfWhatIsRemoved) {
     EXPECT_EQ(change.removed().at(0).basecode, "A");
     EXPECT_EQ(change.removed().at(1).basecode, std::nullopt);
     change.commit();
+    change.commit(); // which does nothing
+    EXPECT_TRUE(change.steps().empty() && change.removed().empty());
     EXPECT_EQ(basecodes(tree), "B common ");
     directory.write(receipts, "{"); // what is there, the last good version knows
     tree.remove({{"D 1 hostpf", {}}});

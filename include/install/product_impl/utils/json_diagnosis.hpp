@@ -27,7 +27,7 @@ struct JsonFileDiagnosis {
     /// What was found. The other members depend on it.
     State state = State::missing;
 
-    /// The state in one English sentence, in UTF-8.
+    /// The state in one English sentence, in ASCII, whatever the locale.
     std::string text;
 
     /// The fault of a damaged text; 0 in all other states.
@@ -58,7 +58,8 @@ struct JsonFileDiagnosis {
                                                        foundation::json::ValueMap& members);
 
 /// Diagnoses the file at `path`, which getJsonObjFromFile only accepts or rejects. Changes nothing
-/// on disk, and opens regular files alone, so that no FIFO or device makes it wait. Throws
+/// on disk. Reads regular files alone, and opens what is there without waiting, so that a FIFO or a
+/// device cannot block it, even one that takes the place of a file meanwhile. Throws
 /// std::bad_alloc, std::length_error, and what readFile throws for a path that no file can have.
 [[nodiscard]] KX_EXPORT JsonFileDiagnosis diagnoseJsonFile(const ustring& path);
 

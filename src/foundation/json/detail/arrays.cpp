@@ -9,15 +9,29 @@ parse_result parse_array_elements(ValueVector& out, Iterator& pos, const Iterato
                                   bool allow_comments, int depth) {
     constexpr Brackets brackets = {'[', ']', parse_no_array_open, parse_bad_array_separator};
     ValueVector elements;
+    // Kept apart until a second one follows. So room for several, instead of growing from one, is
+    // not taken at each level of a text that nests arrays as deeply as it can.
+    Value first;
+    enum { none, one, several } read = none;
     const auto read_element = [&] {
-        if (elements.capacity() == 0)
-            elements.reserve(4); // instead of growing from one element
+        if (read == none) {
+            read = one;
+            return parse_value(first, pos, end, allow_comments, depth + 1);
+        }
+        if (read == one) {
+            read = several;
+            elements.reserve(4);
+            elements.push_back(std::move(first));
+        }
         return parse_value(elements.emplace_back(), pos, end, allow_comments, depth + 1);
     };
     const parse_result result =
         read_bracketed_list(brackets, pos, end, allow_comments, depth, read_element);
-    if (result == parse_ok)
-        out.swap(elements);
+    if (result != parse_ok)
+        return result;
+    if (read == one)
+        elements.push_back(std::move(first));
+    out.swap(elements);
     return result;
 }
 

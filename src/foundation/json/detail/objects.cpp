@@ -56,11 +56,13 @@ parse_result read_members(ValueMap& members, Iterator& pos, const Iterator& end,
             latest = member;
             return read_value(member->first, member->second);
         }
-        // The first value of a key is kept; a later one is read to its end and dropped.
+        // The first value of a key is kept; a later one is read to its end and dropped, except
+        // that of kxdata, which may be read a second time.
         if (repeated != nullptr)
             ++*repeated;
         Value dropped;
-        return read_value(member->first, dropped);
+        const bool is_data = member->first == data_key;
+        return read_value(member->first, is_data ? typed_state.later_data : dropped);
     };
     const parse_result result =
         read_bracketed_list(brackets, pos, end, allow_comments, depth, read_member);

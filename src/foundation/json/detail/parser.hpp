@@ -94,6 +94,8 @@ struct TypedState {
     bool data_pending = false; // kxdata was read, and waits for a type to be read again
     Iterator data_pos;         // where the last kxdata begins
     Iterator data_end;
+    Value* data = nullptr; // what the last kxdata was read to: the member, or the next
+    Value later_data;      // of a kxdata that is not the first, and so not the member
 };
 
 // Reads the value of kxdata. If memory is exhausted, the result is parse_end_of_input.
@@ -101,7 +103,7 @@ struct TypedState {
                                             const Iterator& end, bool allow_comments, int depth);
 
 // Reads the value of kxtype. If kxdata came first, it is then read again as that type, and replaced
-// in `members`, where it becomes undefined if memory is exhausted; this does not move `pos`.
+// in `members`; this takes no memory, and does not move `pos`.
 [[nodiscard]] parse_result read_type_member(TypedState& state, ValueMap& members, Value& out,
                                             Iterator& pos, const Iterator& end, bool allow_comments,
                                             int depth);

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
-#include <stdexcept>
 
 namespace foundation::json::detail {
 
@@ -41,23 +40,51 @@ parse_result read_utf16_unit(char16_t& unit, Iterator first) {
     return parse_ok;
 }
 
-// Writes the units in UTF-8. No unit takes more bytes than its escape in the text.
-void put_utf8(const char16_t* units, int count, char*& out) {
+// The end of a text that grows, with room for more: writing to it costs less than appending.
+class Output {
+public:
+    // Makes room for `size` bytes after `text`, which must not be used meanwhile.
+    Output(std::string& text, std::size_t size) : text_(text) {
+        text.resize(text.size() + size);
+        end_ = text.data() + text.size() - size;
+    }
+
+    // Write into the room that there is.
+    void put(char byte) noexcept { *end_++ = byte; }
+    void put(char32_t character) noexcept { end_ = utf8::unchecked::append(character, end_); }
+    // Uses `room` bytes of the room that there is, and makes more where they are too few. Rare, and
+    // out of line, as the compiler otherwise slows down what is not.
+    [[gnu::noinline]] void append(const std::string& bytes, std::size_t room) {
+        if (bytes.size() > room) {
+            const auto size = static_cast<std::size_t>(end_ - text_.data());
+            text_.resize(text_.size() + bytes.size() - room);
+            end_ = text_.data() + size;
+        }
+        end_ = std::copy(bytes.begin(), bytes.end(), end_);
+    }
+    // Drops the room that is left.
+    void finish() { text_.resize(static_cast<std::size_t>(end_ - text_.data())); }
+
+private:
+    std::string& text_;
+    char* end_;
+};
+
+// Writes the units in UTF-8, where there is room for as many bytes as their escapes have. That is
+// enough for a character, but unpaired units become whatever text the JSON services make of them.
+void put_utf8(const char16_t* units, int count, Output& out) {
     const char16_t* next = units;
     const char32_t character = fl::i18n::next_character(next, units + count);
-    if (next == units + count && !fl::i18n::is_surrogate(character)) {
-        out = utf8::unchecked::append(character, out);
-        return;
-    }
-    const std::string bytes = u16_to_u8(units, count);
-    if (bytes.size() > static_cast<std::size_t>(count * unicode_escape_length))
-        throw std::length_error("a UTF-16 unit takes more than six bytes in UTF-8");
-    out = std::copy(bytes.begin(), bytes.end(), out);
+    if (next == units + count && !fl::i18n::is_surrogate(character))
+        out.put(character);
+    else
+        out.append(u16_to_u8(units, count),
+                   static_cast<std::size_t>(count * unicode_escape_length));
 }
 
 // Reads the \u escape whose backslash is at `pos`. After a high surrogate a second escape must
 // follow, of any unit.
-parse_result read_unicode_escape(char*& out, Iterator& pos, const Iterator& end) {
+parse_result read_unicode_escape(Output& out, Iterator& pos, const Iterator& end) {
     char16_t units[2] = {};
     int count = 1;
     if (end - pos < unicode_escape_length)
@@ -103,8 +130,8 @@ constexpr char escaped_byte(char letter) {
 }
 
 // Reads the escape whose backslash is at `pos`, and writes to `out`, which has room for as many
-// bytes as the escape has. Both move on success only.
-parse_result read_escape(char*& out, Iterator& pos, const Iterator& end) {
+// bytes as the escape has. `pos` moves, and anything is written, on success only.
+parse_result read_escape(Output& out, Iterator& pos, const Iterator& end) {
     const Iterator letter = std::next(pos);
     if (letter == end)
         return parse_end_of_input;
@@ -113,27 +140,25 @@ parse_result read_escape(char*& out, Iterator& pos, const Iterator& end) {
     const char byte = escaped_byte(*letter);
     if (byte == 0)
         return parse_bad_escape;
-    *out++ = byte;
+    out.put(byte);
     pos = std::next(letter);
     return parse_ok;
 }
 
-// Appends the plain bytes from `pos` to `stop`, and what the escapes among them stand for, which is
-// never longer. The last escape may extend past `stop`. After a failure `pos` is at the backslash.
+// Appends the plain bytes from `pos` to `stop`, and what the escapes among them stand for. The last
+// escape may extend past `stop`. After a failure `pos` is at the backslash.
 parse_result read_escaped_content(std::string& text, Iterator& pos, const Iterator& end,
                                   const char* stop) {
     Iterator next = pos;
-    const std::size_t size = text.size();
-    text.resize(size + static_cast<std::size_t>(stop - std::to_address(next)));
-    char* out = text.data() + size;
+    Output out(text, static_cast<std::size_t>(stop - std::to_address(next)));
     parse_result result = parse_ok;
     while (result == parse_ok && std::to_address(next) < stop) {
         if (*next == '\\')
             result = read_escape(out, next, end);
         else
-            *out++ = *next++;
+            out.put(*next++);
     }
-    text.resize(static_cast<std::size_t>(out - text.data()));
+    out.finish();
     pos = next;
     return result;
 }
@@ -168,10 +193,9 @@ parse_result read_string_element(std::string& text, Iterator& pos, const Iterato
     if (*pos == '"')
         return parse_string_end;
     if (*pos == '\\') {
-        std::array<char, 2 * unicode_escape_length> bytes; // of the longest escape
-        char* out = bytes.data();
+        Output out(text, 2 * unicode_escape_length); // as the longest escape has
         const parse_result result = read_escape(out, pos, end);
-        text.append(bytes.data(), out);
+        out.finish();
         return result;
     }
     text += *pos;

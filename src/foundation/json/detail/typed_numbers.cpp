@@ -44,13 +44,14 @@ constexpr bool makes_no_integer(char byte) {
     return byte == '"' || byte == '.' || byte == 'E' || byte == 'e' || byte == '{';
 }
 
-// Reads an array of integers, each by `scan`.
 template <class Integer>
-parse_result parse_payload(ValueVector& out, Iterator& pos, const Iterator& end,
-                           bool allow_comments, int depth,
-                           parse_result (*scan)(Integer&, Iterator&, const Iterator&)) {
+using Scan = parse_result (*)(Integer&, Iterator&, const Iterator&);
+
+// Reads an array of integers, each by `scan`, and passes each to `take`.
+template <class Integer, class Take>
+parse_result read_payload(Iterator& pos, const Iterator& end, bool allow_comments, int depth,
+                          Scan<Integer> scan, const Take& take) {
     constexpr Brackets brackets = {'[', ']', parse_no_array_open, parse_bad_array_separator};
-    ValueVector elements;
     const auto read_element = [&]() -> parse_result {
         Integer element = 0;
         if (const parse_result result = scan(element, pos, end); result != parse_ok)
@@ -58,14 +59,38 @@ parse_result parse_payload(ValueVector& out, Iterator& pos, const Iterator& end,
         skip_whitespace(pos, end, allow_comments);
         if (pos != end && makes_no_integer(*pos))
             return parse_not_an_integer;
-        elements.emplace_back(element);
+        take(element);
         return parse_ok;
     };
+    return read_bracketed_list(brackets, pos, end, allow_comments, depth, read_element);
+}
+
+template <class Integer>
+parse_result parse_payload(ValueVector& out, Iterator& pos, const Iterator& end,
+                           bool allow_comments, int depth, Scan<Integer> scan) {
+    ValueVector elements;
     const parse_result result =
-        read_bracketed_list(brackets, pos, end, allow_comments, depth, read_element);
+        read_payload(pos, end, allow_comments, depth, scan,
+                     [&](Integer element) { elements.emplace_back(element); });
     if (result == parse_ok)
         out.swap(elements);
     return result;
+}
+
+// Reads the last kxdata of `state` again, each integer by `scan`, into the elements that it has:
+// an array of integers has as many by any reading. So this takes no memory, and cannot stop
+// halfway. The first pass only looks for faults: after one, the elements are as they were.
+template <class Integer>
+parse_result read_data_again(const TypedState& state, bool allow_comments, int depth,
+                             Scan<Integer> scan) {
+    const auto read = [&](const auto& take) {
+        Iterator pos = state.data_pos;
+        return read_payload(pos, state.data_end, allow_comments, depth, scan, take);
+    };
+    if (const parse_result result = read([](Integer) {}); result != parse_ok)
+        return result;
+    auto element = state.data->get<ValueVector>().begin();
+    return read([&](Integer number) { *element++ = Value(number); });
 }
 
 } // namespace
@@ -120,6 +145,7 @@ parse_result parse_typed_data(const std::string& type_name, Value& out, Iterator
 
 parse_result read_data_member(TypedState& state, Value& out, Iterator& pos, const Iterator& end,
                               bool allow_comments, int depth) {
+    state.data = &out;
     state.data_pos = pos;
     state.data_end = end;
     state.data_pending = true;
@@ -129,25 +155,6 @@ parse_result read_data_member(TypedState& state, Value& out, Iterator& pos, cons
         return parse_end_of_input;
     }
 }
-
-namespace {
-
-// Reads the payload of `state` again, now that its type is known, into `data`. If memory is
-// exhausted, that becomes undefined.
-parse_result read_data_again(TypedState& state, Value& data, bool allow_comments, int depth) {
-    try {
-        Iterator pos = state.data_pos;
-        const parse_result result =
-            parse_typed_data(state.type_name, data, pos, state.data_end, allow_comments, depth);
-        state.data_pending = result != parse_ok;
-        return result;
-    } catch (...) {
-        data = Value();
-        return parse_ok;
-    }
-}
-
-} // namespace
 
 parse_result read_type_member(TypedState& state, ValueMap& members, Value& out, Iterator& pos,
                               const Iterator& end, bool allow_comments, int depth) {
@@ -161,7 +168,16 @@ parse_result read_type_member(TypedState& state, ValueMap& members, Value& out, 
         state.type_name = *name;
     if (!state.data_pending || state.type_name.empty())
         return parse_ok;
-    return read_data_again(state, members[typed_data_key], allow_comments, depth);
+    const parse_result result = is_signed_typed_name(state.type_name)
+                                    ? read_data_again(state, allow_comments, depth, scan_signed)
+                                    : read_data_again(state, allow_comments, depth, scan_unsigned);
+    if (result != parse_ok)
+        return result;
+    state.data_pending = false;
+    Value& member = members[typed_data_key];
+    if (state.data != &member)
+        store_value(member, *state.data);
+    return parse_ok;
 }
 
 } // namespace foundation::json::detail

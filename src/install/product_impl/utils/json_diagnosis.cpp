@@ -1,17 +1,14 @@
 #include "install/product_impl/utils/json_diagnosis.hpp"
 
-#include "fl/filesystem/fstream.hpp"
 #include "fl/filesystem/native_access.hpp"
 #include "foundation/json/detail/parser.hpp"
 #include "foundation/json/value.hpp"
-#include "install/product_impl/utils/read_to_end.hpp"
+#include "install/product_impl/utils/input_file.hpp"
 
 #include <algorithm>
-#include <array>
-#include <filesystem>
-#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace install::product_impl::utils {
@@ -46,23 +43,6 @@ std::string failure_to_be_an_object(const Value& document) {
         failure = error.what();
     }
     return failure;
-}
-
-// Diagnoses what is not a regular file. Such a file is never opened: opening a FIFO would wait
-// until another process writes to it.
-std::optional<JsonFileDiagnosis> diagnose_without_opening(const ustring& path) {
-    namespace fs = std::filesystem;
-    try {
-        const fs::file_status status =
-            fs::status(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path));
-        if (!fs::exists(status))
-            return diagnosis(State::missing, "There is no file.");
-        if (!fs::is_regular_file(status))
-            return diagnosis(State::unreadable, "This is not a regular file.");
-    } catch (const fs::filesystem_error& error) {
-        return diagnosis(State::unreadable, error.what());
-    }
-    return std::nullopt;
 }
 
 } // namespace
@@ -100,14 +80,15 @@ JsonFileDiagnosis diagnoseJson(const std::string& text) {
 
 JsonFileDiagnosis diagnoseJsonFile(const ustring& path, std::string& text) {
     text.clear();
-    if (auto found = diagnose_without_opening(path))
-        return std::move(*found);
-    std::array<char, read_buffer_size> buffer;
-    fl::filesystem::basic_ifstream<char> file(path, buffer.data(), buffer.size());
-    if (!file.is_open())
+    const InputFile file(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path));
+    if (file.failure() == std::errc::no_such_file_or_directory ||
+        file.failure() == std::errc::not_a_directory)
+        return diagnosis(State::missing, "There is no file.");
+    if (file.failure())
         return diagnosis(State::unreadable, "The file cannot be opened.");
-    text = read_to_end(file);
-    if (file.bad())
+    if (!file.is_regular())
+        return diagnosis(State::unreadable, "This is not a regular file.");
+    if (!file.read_to_end(text))
         return diagnosis(State::unreadable, "The file cannot be read to its end.");
     return diagnoseJson(text);
 }

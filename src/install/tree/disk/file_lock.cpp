@@ -134,7 +134,7 @@ std::string describe_process(std::int64_t process) {
     std::string command; // which the process itself may set to anything
     std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), command);
     const std::string number = "process " + std::to_string(process);
-    return command.empty() ? number : number + " (" + printable(command) + ')';
+    return command.empty() ? number : number + " (" + printable_text(command) + ')';
 }
 
 FileLock::FileLock(const Directory& appdata, const Waiting& waiting)

@@ -60,7 +60,7 @@ std::string escaped(std::string_view text, const Escape& escape, const EscapeByt
 
 } // namespace
 
-std::string printable(std::string_view text) {
+std::string printable_text(std::string_view text) {
     const auto byte = [](unsigned value) { return formatted("\\x%02x", value); };
     return escaped(
         text,

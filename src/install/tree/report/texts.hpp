@@ -13,7 +13,7 @@ inline constexpr const char* not_regular = "This is not a regular file.";
 
 // Returns a text from a file as part of a sentence.
 inline std::string in_quotes(std::string_view text) {
-    return '"' + printable(text) + '"';
+    return '"' + printable_text(text) + '"';
 }
 
 } // namespace install::tree

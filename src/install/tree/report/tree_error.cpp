@@ -20,7 +20,8 @@ tree_error::tree_error(const std::string& operation, const std::string& path, st
 
 tree_error::tree_error(const std::string& operation, const std::string& path,
                        const std::string& reason)
-    : std::runtime_error("cannot " + operation + " " + printable(path) + ": " + printable(reason)),
+    : std::runtime_error("cannot " + operation + " " + printable_text(path) + ": " +
+                         printable_text(reason)),
       names_(std::make_shared<const Names>(Names{operation, path})) {}
 
 tree_error::tree_error(const tree_error& failure, Outcome outcome, const std::string& sentence)

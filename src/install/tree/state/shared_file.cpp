@@ -37,10 +37,10 @@ std::string excerpt(std::string_view text, std::size_t offset, std::size_t colum
     std::size_t last = std::min({text.find('\n', offset), offset + bytes_after, text.size()});
     while (last > offset && last < text.size() && continues_a_character(text[last]))
         --last;
-    const std::string before = printable(text.substr(first, offset - first));
+    const std::string before = printable_text(text.substr(first, offset - first));
     const auto width = static_cast<std::size_t>(std::count_if(
         before.begin(), before.end(), [&](char byte) { return !continues_a_character(byte); }));
-    return "  " + before + printable(text.substr(offset, last - offset)) + "\n  " +
+    return "  " + before + printable_text(text.substr(offset, last - offset)) + "\n  " +
            std::string(width, ' ') + "^";
 }
 
