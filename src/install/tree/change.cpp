@@ -65,12 +65,11 @@ std::vector<InstalledProduct> take_receipts(std::vector<InstalledProduct> produc
     for (InstalledProduct& product : products) {
         const auto value = tree.receipts.take(product.key);
         const auto receipt = value ? receipt_in(product.key, *value) : std::nullopt;
-        if (receipt && !product.basecode && is_current(*receipt, tree.record.members()))
+        if (receipt && !product.basecode && is_current(*receipt, tree))
             found.emplace(receipt->basecode, &product);
     }
     if (!found.empty()) // what other products have stays
-        for (const Receipt& other :
-             current_receipts(tree.receipts.members(), tree.record.members()))
+        for (const Receipt& other : current_receipts(tree))
             found.erase(other.basecode);
     for (const auto& [basecode, product] : found)
         product->basecode = basecode;

@@ -108,7 +108,7 @@ private:
 
     void inspect_entries() {
         for (const auto& [basecode, value] : tree_.record.members())
-            if (!time_in(value))
+            if (!time_in(&value))
                 add_problem(Kind::no_time, tree_.record.path(),
                             "The entry " + in_quotes(basecode) + " has no time.");
         for (const auto& [key, value] : tree_.contents.members())
@@ -169,14 +169,14 @@ private:
             return;
         for (const auto& [key, value] : tree_.receipts.members()) {
             const auto receipt = receipt_in(key, value);
-            if (!receipt || !tree_.contents.has(key))
+            if (!receipt || tree_.contents.find(key) == nullptr)
                 continue;
-            const auto entry = tree_.record.members().find(receipt->basecode);
-            if (entry == tree_.record.members().end())
+            const Value* const entry = tree_.record.find(receipt->basecode);
+            if (entry == nullptr)
                 add_problem(Kind::missing, tree_.record.path(),
                             "The product " + in_quotes(key) + " has no entry; its basecode is " +
                                 in_quotes(receipt->basecode) + '.');
-            else if (const auto time = time_in(entry->second); time && *time < receipt->time)
+            else if (const auto time = time_in(entry); time && *time < receipt->time)
                 add_note(Kind::old, tree_.record.path(),
                          "The entry " + in_quotes(receipt->basecode) +
                              " is older than the receipt of " + in_quotes(key) + '.');
@@ -247,9 +247,8 @@ private:
 std::vector<ListedDocument> find_listed_documents(const View& view, const std::string& key) {
     const FoundTree tree(view);
     tree.contents.require_object();
-    const auto& members = tree.contents.members();
-    const auto member = members.find(key);
-    const auto paths = member == members.end() ? std::nullopt : paths_in(member->second);
+    const Value* const entry = tree.contents.find(key);
+    const auto paths = entry == nullptr ? std::nullopt : paths_in(*entry);
     if (!paths)
         throw tree_error("find " + in_quotes(key) + " in", tree.contents.path(),
                          "There is no such entry.");

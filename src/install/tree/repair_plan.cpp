@@ -147,12 +147,9 @@ private:
     void find_latest_receipts() {
         for (const auto& [key, value] : tree_.receipts.members()) {
             auto receipt = receipt_in(key, value);
-            if (!receipt)
-                continue;
-            const bool is_lost = tree_.record.has(receipt->basecode)
-                                     ? !time_in(tree_.record.members().at(receipt->basecode))
-                                     : has_lost_record_;
-            if (is_lost ? is_latest(*receipt) : is_current(*receipt, tree_.record.members()))
+            const Value* const entry = receipt ? tree_.record.find(receipt->basecode) : nullptr;
+            const bool is_lost = !time_in(entry) && (entry != nullptr || has_lost_record_);
+            if (receipt && (is_lost ? is_latest(*receipt) : is_current(*receipt, tree_)))
                 latest_.push_back(std::move(*receipt));
         }
     }
@@ -161,7 +158,7 @@ private:
     // documents tell.
     [[nodiscard]] bool is_latest(const Receipt& receipt) const {
         const auto old = old_record_.members.find(receipt.basecode);
-        return old == old_record_.members.end() || time_in(old->second) <= receipt.time ||
+        return old == old_record_.members.end() || time_in(&old->second) <= receipt.time ||
                std::ranges::none_of(receipt.documents, [&](const Receipt::Document& document) {
                    return fault_of_document(tree_.view, document).has_value();
                });
@@ -189,10 +186,10 @@ private:
 
     void restore_entries() {
         for (const Receipt& receipt : latest_)
-            if (!tree_.contents.has(receipt.key))
+            if (tree_.contents.find(receipt.key) == nullptr)
                 restore_entry(receipt.key, list_of(paths_of(receipt)), tree_.receipts.name());
         for (const auto& [key, value] : old_contents_.members)
-            if (!tree_.contents.has(key))
+            if (tree_.contents.find(key) == nullptr)
                 restore_member_from_old(key, value);
         const std::string old_receipts =
             tree_.receipts.name() + std::string(tree_names::old_suffix);
@@ -260,12 +257,12 @@ private:
             time = std::max(time, receipt.time);
         }
         for (const auto& [basecode, time] : times)
-            if (!tree_.record.has(basecode) || !time_in(tree_.record.members().at(basecode)))
+            if (!time_in(tree_.record.find(basecode)))
                 restore_time(basecode,
                              Value(static_cast<long long>(time.time_since_epoch().count())),
                              tree_.receipts.name());
         for (const auto& [basecode, value] : old_record_.members)
-            if (!tree_.record.has(basecode))
+            if (tree_.record.find(basecode) == nullptr)
                 restore_time(basecode, value, old_record_.name);
     }
 

@@ -10,6 +10,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace install::tree {
@@ -20,58 +21,51 @@ using foundation::json::Value;
 using Kind = Fault::Kind;
 using Faults = std::vector<Fault>;
 
-// Calls `check` with each expected key and the member that a shared file has for it, null if it has
-// none. A file that holds no object is one fault.
-template <class Expected, class Check>
-void check_members(const SharedFile& file, const Expected& expected, Faults& faults,
-                   const Check& check) {
-    if (auto fault = file.fault()) {
-        faults.push_back(std::move(*fault));
-        return;
-    }
-    for (const auto& [key, value] : expected) {
-        const auto member = file.members().find(key);
-        const auto kind = check(value, member == file.members().end() ? nullptr : &member->second);
-        if (kind)
-            faults.push_back({*kind, file.path(),
-                              "The entry " + in_quotes(key) + " is " + name_of(*kind) + '.'});
-    }
-}
-
-std::optional<Kind> check_paths(const Value* expected, const Value* found) {
+std::optional<Kind> fault_of_paths(const Value* found, const Value& expected) {
     if (found == nullptr)
         return Kind::missing;
-    return paths_in(*found) == paths_in(*expected) ? std::nullopt : std::optional(Kind::different);
+    return paths_in(*found) == paths_in(expected) ? std::nullopt : std::optional(Kind::different);
 }
 
-std::optional<Kind> check_time(InstallTree::Time since, const Value* found) {
-    if (found == nullptr)
-        return Kind::missing;
-    const auto time = time_in(*found);
+std::optional<Kind> fault_of_time(const Value* found, InstallTree::Time since) {
+    const auto time = time_in(found);
     if (!time)
-        return Kind::different;
+        return found == nullptr ? Kind::missing : Kind::different;
     return *time < since ? std::optional(Kind::old) : std::nullopt;
 }
 
-// Compares a tree with what a write had to leave.
+// Compares a tree with what a write had to leave. A shared file that holds no object is one fault.
 Faults compare(const View& view, const Plan& plan, InstallTree::Time since) {
     Faults faults;
+    const auto add = [&](std::optional<Fault> fault) {
+        if (fault)
+            faults.push_back(std::move(*fault));
+    };
+    const auto add_entry = [&](const SharedFile& file, const std::string& key,
+                               std::optional<Kind> kind) {
+        if (kind && !file.fault())
+            faults.push_back({*kind, file.path(),
+                              "The entry " + in_quotes(key) + " is " + name_of(*kind) + '.'});
+    };
     if (view.fault())
         faults.push_back({Kind::unreadable, view.fault()->path(), view.fault()->what()});
     for (const auto& [name, document] : plan.documents) {
         const FileRecord expected = FileRecord::of(name, document.text());
-        if (auto fault = fault_of_document(view, name, &expected, Comparison::text))
-            faults.push_back(std::move(*fault));
+        add(fault_of_document(view, name, &expected, Comparison::text));
     }
     std::map<std::string, const Value*> lists; // of products with the same key, the last one's
-    std::map<std::string, InstallTree::Time> times;
+    std::set<std::string> basecodes;
     for (const Plan::Entry& entry : plan.entries) {
         lists.insert_or_assign(entry.key, &entry.paths);
-        times.insert_or_assign(entry.basecode, since);
+        basecodes.insert(entry.basecode);
     }
     const FoundTree tree(view);
-    check_members(tree.contents, lists, faults, check_paths);
-    check_members(tree.record, times, faults, check_time);
+    add(tree.contents.fault());
+    for (const auto& [key, paths] : lists)
+        add_entry(tree.contents, key, fault_of_paths(tree.contents.find(key), *paths));
+    add(tree.record.fault());
+    for (const std::string& basecode : basecodes)
+        add_entry(tree.record, basecode, fault_of_time(tree.record.find(basecode), since));
     return faults;
 }
 

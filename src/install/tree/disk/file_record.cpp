@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include <nettle/base16.h>
 #include <nettle/sha2.h>
 
 namespace install::tree {
@@ -16,27 +17,22 @@ Digest sha256(std::string_view bytes) noexcept {
 }
 
 std::string hexadecimal(const Digest& digest) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    text.reserve(2 * digest.size());
-    for (const std::uint8_t byte : digest) {
-        text.push_back(digits[byte >> 4U]);
-        text.push_back(digits[byte & 15U]);
-    }
+    std::string text(BASE16_ENCODE_LENGTH(digest.size()), '\0');
+    base16_encode_update(text.data(), digest.size(), digest.data());
     return text;
 }
 
+// The decoder skips whitespace, so that a text that has some is too short.
 std::optional<Digest> digest_in(std::string_view digits) noexcept {
     Digest digest{};
-    if (digits.size() != 2 * digest.size())
-        return std::nullopt;
-    for (std::uint8_t& byte : digest) {
-        const char* const end = digits.data() + 2;
-        if (std::from_chars(digits.data(), end, byte, 16).ptr != end)
-            return std::nullopt;
-        digits.remove_prefix(2);
-    }
-    return digest;
+    base16_decode_ctx state;
+    base16_decode_init(&state);
+    std::size_t size = digest.size();
+    const bool is_digest =
+        digits.size() == BASE16_ENCODE_LENGTH(digest.size()) &&
+        base16_decode_update(&state, &size, digest.data(), digits.size(), digits.data()) == 1 &&
+        size == digest.size();
+    return is_digest ? std::optional(digest) : std::nullopt;
 }
 
 std::string line_of(const FileRecord& record) {

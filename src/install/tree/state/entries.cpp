@@ -9,7 +9,6 @@
 namespace install::tree {
 
 using foundation::json::Value;
-using foundation::json::ValueMap;
 using foundation::json::ValueVector;
 
 std::optional<std::vector<std::string>> paths_in(const Value& value) {
@@ -27,33 +26,21 @@ std::optional<std::vector<std::string>> paths_in(const Value& value) {
     return paths;
 }
 
-std::optional<InstallTree::Time> time_in(const Value& value) {
-    const auto* const number = value.get_if<double>();
+std::optional<InstallTree::Time> time_in(const Value* value) {
+    const auto* const number = value == nullptr ? nullptr : value->get_if<double>();
     if (number == nullptr || !(std::abs(*number) < 6e13)) // about the years 69 to 3871
         return std::nullopt;
     return InstallTree::Time(std::chrono::milliseconds(static_cast<std::int64_t>(*number)));
-}
-
-std::vector<ContentsEntry> contents_entries(const ValueMap& members) {
-    std::vector<ContentsEntry> entries;
-    for (const auto& [key, value] : members)
-        if (auto paths = paths_in(value); paths && is_entry_key(key))
-            entries.push_back({key, std::move(*paths)});
-    return entries;
-}
-
-std::vector<RecordEntry> record_entries(const ValueMap& members) {
-    std::vector<RecordEntry> entries;
-    for (const auto& [basecode, value] : members)
-        if (const auto time = time_in(value))
-            entries.push_back({basecode, *time});
-    return entries;
 }
 
 bool is_entry_key(const std::string& key) {
     return key.ends_with(" " + std::string(tree_names::entry_tag));
 }
 
+namespace {
+
+// Returns a listed path relative to the install root, without `.` and `..`; nothing if it leaves
+// the root.
 std::optional<std::string> path_in_tree(const std::string& listed) {
     if (listed.find('\0') != std::string::npos)
         return std::nullopt;
@@ -68,6 +55,8 @@ std::optional<std::string> path_in_tree(const std::string& listed) {
         return std::nullopt;
     return path.string();
 }
+
+} // namespace
 
 std::optional<std::string> document_name(const std::string& listed) {
     const std::string appdata = tree_names::join(tree_names::appdata, "");

@@ -17,20 +17,12 @@ namespace install::tree {
 [[nodiscard]] std::optional<std::vector<std::string>>
 paths_in(const foundation::json::Value& value);
 
-// Returns the time in a member of the installed record; nothing if it is not a plausible time.
-[[nodiscard]] std::optional<InstallTree::Time> time_in(const foundation::json::Value& value);
-
-// Returns the entries among the members of either file.
-[[nodiscard]] std::vector<ContentsEntry>
-contents_entries(const foundation::json::ValueMap& members);
-[[nodiscard]] std::vector<RecordEntry> record_entries(const foundation::json::ValueMap& members);
+// Returns the time in a member of the installed record; nothing if it is not a plausible time, or
+// null.
+[[nodiscard]] std::optional<InstallTree::Time> time_in(const foundation::json::Value* value);
 
 // Whether the key of a member of the contents map is that of a product, and no foreign one.
 [[nodiscard]] bool is_entry_key(const std::string& key);
-
-// Returns a listed path relative to the install root, without `.` and `..`; nothing if it leaves
-// the root.
-[[nodiscard]] std::optional<std::string> path_in_tree(const std::string& listed);
 
 // Returns the name in appdata of a listed document; nothing if the path is not below the directory
 // of the documents.

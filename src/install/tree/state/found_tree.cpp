@@ -5,6 +5,7 @@
 #include "install/tree_names.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace install::tree {
 
@@ -15,12 +16,19 @@ FoundTree::FoundTree(const View& tree_view)
       receipts(view, tree_names::receipts) {}
 
 Listing FoundTree::listing() const {
-    return {contents_entries(contents.members()), record_entries(record.members()),
-            current_receipts(receipts.members(), record.members())};
+    Listing listing;
+    for (const auto& [key, value] : contents.members())
+        if (auto paths = paths_in(value); paths && is_entry_key(key))
+            listing.contents.push_back({key, std::move(*paths)});
+    for (const auto& [basecode, value] : record.members())
+        if (const auto time = time_in(&value))
+            listing.record.push_back({basecode, *time});
+    listing.receipts = current_receipts(*this);
+    return listing;
 }
 
 bool FoundTree::are_swapped() const {
-    const auto is_time = [](const auto& member) { return time_in(member.second).has_value(); };
+    const auto is_time = [](const auto& member) { return time_in(&member.second).has_value(); };
     const auto is_list = [](const auto& member) {
         return is_entry_key(member.first) && paths_in(member.second);
     };

@@ -34,9 +34,9 @@ std::optional<Receipt> receipt_in(const std::string& key, const Value& value) {
     const auto* const documents = member_of<ValueVector>(*members, documents_key);
     const auto time = members->find(time_key);
     if (basecode == nullptr || documents == nullptr || time == members->end() ||
-        !time_in(time->second))
+        !time_in(&time->second))
         return std::nullopt;
-    Receipt receipt = {key, *basecode, *time_in(time->second), {}};
+    Receipt receipt = {key, *basecode, *time_in(&time->second), {}};
     for (const Value& each : *documents) {
         const auto* const line = each.get_if<std::string>();
         auto document = line == nullptr ? std::nullopt : record_in(*line);
@@ -61,15 +61,14 @@ Value value_of(const Receipt& receipt) {
     return Value(std::move(members));
 }
 
-bool is_current(const Receipt& receipt, const ValueMap& record) {
-    const auto found = record.find(receipt.basecode);
-    return found != record.end() && time_in(found->second) == receipt.time;
+bool is_current(const Receipt& receipt, const FoundTree& tree) {
+    return time_in(tree.record.find(receipt.basecode)) == receipt.time;
 }
 
-std::vector<Receipt> current_receipts(const ValueMap& receipts, const ValueMap& record) {
+std::vector<Receipt> current_receipts(const FoundTree& tree) {
     std::vector<Receipt> current;
-    for (const auto& [key, value] : receipts)
-        if (auto receipt = receipt_in(key, value); receipt && is_current(*receipt, record))
+    for (const auto& [key, value] : tree.receipts.members())
+        if (auto receipt = receipt_in(key, value); receipt && is_current(*receipt, tree))
             current.push_back(std::move(*receipt));
     return current;
 }
@@ -96,21 +95,22 @@ std::vector<std::string> restore_lost_receipts(FoundTree& tree) {
     using State = SharedFile::State;
     const bool has_lost_contents = !tree.contents.is(State::object);
     const bool has_lost_record = !tree.record.is(State::object);
-    const auto is_contradicted = [&](const std::string& key, const Receipt& receipt) {
-        const bool is_known = tree.record.has(receipt.basecode) || !has_lost_record;
-        return (!tree.contents.has(key) && !has_lost_contents) ||
-               (is_known && !is_current(receipt, tree.record.members())) ||
-               std::ranges::any_of(receipt.documents, [&](const Receipt::Document& document) {
-                   const auto fault = fault_of_document(tree.view, document);
-                   return fault && (fault->kind != Fault::Kind::missing || has_lost_contents);
-               });
+    const auto is_wrong = [&](const Receipt::Document& document) {
+        const auto fault = fault_of_document(tree.view, document);
+        return fault && (fault->kind != Fault::Kind::missing || has_lost_contents);
+    };
+    const auto is_contradicted = [&](const Receipt& receipt) {
+        const bool is_lost = has_lost_record && tree.record.find(receipt.basecode) == nullptr;
+        return (!has_lost_contents && tree.contents.find(receipt.key) == nullptr) ||
+               (!is_lost && !is_current(receipt, tree)) ||
+               std::ranges::any_of(receipt.documents, is_wrong);
     };
     std::vector<std::string> restored;
     const SharedFile old(tree.view, tree.receipts.name() + std::string(tree_names::old_suffix));
     old.require_readable();
     for (const auto& [key, value] : old.members())
         if (const auto receipt = receipt_in(key, value);
-            receipt && !tree.receipts.has(key) && !is_contradicted(key, *receipt)) {
+            receipt && tree.receipts.find(key) == nullptr && !is_contradicted(*receipt)) {
             tree.receipts.set(key, value);
             restored.push_back(key);
         }

@@ -27,13 +27,11 @@ namespace install::tree {
                                                 const foundation::json::Value& value);
 [[nodiscard]] foundation::json::Value value_of(const Receipt& receipt);
 
-// Whether a receipt is that of the last write of its product, by the members of the installed
-// record.
-[[nodiscard]] bool is_current(const Receipt& receipt, const foundation::json::ValueMap& record);
+// Whether a receipt is that of the last write of its product, by the installed record.
+[[nodiscard]] bool is_current(const Receipt& receipt, const FoundTree& tree);
 
-// Returns those among the members of receipts.json that are current.
-[[nodiscard]] std::vector<Receipt> current_receipts(const foundation::json::ValueMap& receipts,
-                                                    const foundation::json::ValueMap& record);
+// Returns the receipts that are current.
+[[nodiscard]] std::vector<Receipt> current_receipts(const FoundTree& tree);
 
 // The documents of a tree as their receipts have them.
 class DocumentRecords {

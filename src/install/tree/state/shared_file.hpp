@@ -52,7 +52,11 @@ public:
     // The members of the object; of a damaged one, those that are whole before the damage. A byte
     // order mark and whitespace before it are skipped. The reference is valid until the next edit.
     [[nodiscard]] const foundation::json::ValueMap& members() const { return object_.members(); }
-    [[nodiscard]] bool has(const std::string& key) const { return members().contains(key); }
+    // Returns the value of a member; null if there is none.
+    [[nodiscard]] const foundation::json::Value* find(const std::string& key) const {
+        const auto found = members().find(key);
+        return found == members().end() ? nullptr : &found->second;
+    }
 
     // Replaces the value of the member `key`, or inserts it. Throws tree_error if the file could
     // not be read as an object then.
