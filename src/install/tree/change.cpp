@@ -125,8 +125,7 @@ std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options
                                     const Change& change) {
     constexpr std::size_t shared_files = 6; // three, and what they were
     Plan plan = plan_write(layout, change.write);
-    auto staged = std::make_unique<StagedChange>(
-        change.write.empty() ? open_tree(layout) : create_tree(layout), options);
+    auto staged = std::make_unique<StagedChange>(open_tree(layout, !change.write.empty()), options);
     Journal& journal = staged->journal;
     const View view(staged->tree.appdata);
     FoundTree tree(view);

@@ -5,6 +5,7 @@
 #include "install/tree/journal/view.hpp"
 #include "install/tree/state/found_tree.hpp"
 #include "install/tree/tree_error.hpp"
+#include "install/tree_names.hpp"
 
 #include <utility>
 
@@ -41,7 +42,7 @@ Listing InstallTree::list() const {
 }
 
 std::optional<Recovery> InstallTree::recover() {
-    auto appdata = open_tree_if_any(Layout(root_));
+    auto appdata = Directory::open(Layout(root_).appdata, tree_names::documents);
     if (!appdata || find_remains(*appdata) == Remains::none)
         return std::nullopt;
     return LockedTree(std::move(*appdata), options_).recovery;

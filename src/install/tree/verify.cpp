@@ -7,6 +7,7 @@
 #include "install/tree/state/documents.hpp"
 #include "install/tree/state/entries.hpp"
 #include "install/tree/state/found_tree.hpp"
+#include "install/tree_names.hpp"
 
 #include <map>
 #include <optional>
@@ -77,7 +78,7 @@ std::vector<Fault> InstallTree::verify(const std::vector<ProductSelection>& sele
     const Plan plan = plan_write(layout, selections);
     if (selections.empty())
         return {};
-    const auto appdata = open_tree_if_any(layout);
+    const auto appdata = Directory::open(layout.appdata, tree_names::documents);
     if (!appdata)
         return {{Kind::missing, layout.appdata, "There is no install tree."}};
     return read_committed(*appdata, [&](const View& view) { return compare(view, plan, since); });

@@ -83,7 +83,7 @@ FileStatus status_of(const struct stat& found) noexcept {
     status.inode = found.st_ino;
     status.modified = nanoseconds(found.st_mtim);
     status.changed = nanoseconds(found.st_ctim);
-    status.permissions = found.st_mode & 0777U;
+    status.permissions = found.st_mode & (S_ISDIR(found.st_mode) ? 02777U : 0777U);
     status.owner = found.st_uid;
     status.group = found.st_gid;
     return status;
@@ -140,7 +140,7 @@ Descriptor open_directory_or_link(int folder, const std::string& name, const std
 
 // Only a privileged process may give a file away. That may also clear permissions, which are
 // therefore set after it.
-int make_like(int file, const FileStatus& other, mode_t mask = 0777) noexcept {
+int make_like(int file, const FileStatus& other, mode_t mask = 02777) noexcept {
     if (other.owner != geteuid())
         static_cast<void>(fchown(file, other.owner, static_cast<gid_t>(-1)) == 0);
     if (other.group != getegid())
@@ -180,9 +180,7 @@ std::string read_all(int file, std::uint64_t expected_size, const std::string& p
 
 std::string parent_of(const std::string& path) {
     const auto separator = path.rfind('/');
-    if (separator == std::string::npos)
-        return {};
-    return path.substr(0, separator == 0 ? 1 : separator);
+    return path.substr(0, separator == std::string::npos ? 0 : separator == 0 ? 1 : separator);
 }
 
 bool Descriptor::close() noexcept {
@@ -403,7 +401,8 @@ void Directory::write_new(const std::string& name, std::string_view bytes, const
 }
 
 bool Directory::link_or_copy(const std::string& name, const Directory& other,
-                             const std::string& other_name) const {
+                             const std::string& other_name, const FileStatus* folders_like) const {
+    other.make_folders(parent_of(other_name), folders_like);
     const Place from = place_of(name, "copy");
     const Place to = other.place_of(other_name, "create");
     // File systems without links, and rights that forbid one, say so in many ways.

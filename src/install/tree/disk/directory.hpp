@@ -48,7 +48,8 @@ struct FileStatus {
     std::uint64_t inode = 0;       // with the device, which file it is
     std::int64_t modified = 0;     // the bytes, in nanoseconds
     std::int64_t changed = 0;      // anything of the file, in nanoseconds
-    std::uint32_t permissions = 0; // of the owner, the group and others
+    std::uint32_t permissions = 0; // of the owner, the group and others; whether a folder's group
+                                   // is that of all files in it
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
 
@@ -77,7 +78,8 @@ public:
     // these belong to root, to the effective user, or to the owner of what they lead to.
     [[nodiscard]] static std::optional<Directory> open(const std::string& path,
                                                        const char* followed);
-    // Creates the directory at `path`, and makes it durable, with all its parents.
+    // Creates the directory at `path` if it does not exist, and makes it durable, with all its
+    // parents.
     static void create(const std::string& path);
     // Opens the directory `name`.
     [[nodiscard]] Directory subdirectory(const std::string& name) const;
@@ -114,12 +116,13 @@ public:
     // `starts_writing` lets the disk begin at once, for a flush that follows soon.
     void write_new(const std::string& name, std::string_view bytes, const FileStatus* like,
                    bool starts_writing) const;
-    // Makes `other_name` in `other` another name of the file or link `name`. Where that cannot be,
-    // makes it a copy with its permissions and, where that is allowed, its owner and its group, and
+    // Makes `other_name` in `other` another name of the file or link `name`, and creates the
+    // folders of `other_name` as make_folders does. Where no other name can be, makes it a copy
+    // with the permissions of the file and, where that is allowed, its owner and its group, and
     // returns false. If `other` is this directory, both names are in one folder of it; so are those
     // of `rename`.
     bool link_or_copy(const std::string& name, const Directory& other,
-                      const std::string& other_name) const;
+                      const std::string& other_name, const FileStatus* folders_like) const;
     void rename(const std::string& name, const Directory& other,
                 const std::string& other_name) const;
 

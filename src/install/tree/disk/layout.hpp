@@ -33,19 +33,14 @@ struct Layout {
     return Directory::open(layout.appdata, tree_names::documents);
 }
 
-// Opens appdata. Throws tree_error if it does not exist.
-[[nodiscard]] inline Directory open_tree(const Layout& layout) {
-    if (auto appdata = open_tree_if_any(layout))
+// Opens appdata, which is created if it does not exist and `is_created` is true. Throws tree_error
+// if there is none.
+[[nodiscard]] inline Directory open_tree(const Layout& layout, bool is_created = false) {
+    if (is_created)
+        Directory::create(layout.appdata);
+    if (auto appdata = Directory::open(layout.appdata, tree_names::documents))
         return std::move(*appdata);
     throw tree_error("open", layout.appdata, "There is no install tree.");
-}
-
-// Opens appdata, which is created if it does not exist.
-[[nodiscard]] inline Directory create_tree(const Layout& layout) {
-    if (auto appdata = open_tree_if_any(layout))
-        return std::move(*appdata);
-    Directory::create(layout.appdata);
-    return open_tree(layout);
 }
 
 } // namespace install::tree

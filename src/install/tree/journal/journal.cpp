@@ -23,6 +23,10 @@ Directory make_subdirectory(const Directory& directory, const char* name, const 
     return directory.subdirectory(name);
 }
 
+Kind kind_of(const FileStatus& old) {
+    return old.is_there() ? Kind::replace : Kind::create;
+}
+
 } // namespace
 
 Journal::Staging::Staging(const Directory& appdata_directory)
@@ -60,10 +64,8 @@ FileStatus Journal::stage_old(const std::string& name) {
     if (found.type == Type::directory)
         throw tree_error("replace", appdata_.path_of(name),
                          std::make_error_code(std::errc::is_a_directory));
-    if (found.is_there()) {
-        old_.make_folders(parent_of(name), &staging_.like);
-        appdata_.link_or_copy(name, old_, name);
-    }
+    if (found.is_there())
+        appdata_.link_or_copy(name, old_, name, &staging_.like);
     return found;
 }
 
@@ -79,33 +81,16 @@ bool Journal::is_in_new_folder(const std::string& name) const {
     return !new_folders_.empty() && new_folders_.contains(parent_of(name));
 }
 
-// A new folder moves to its place as a whole, with the permissions that it gets anywhere else.
-void Journal::make_staged_folder(const std::string& name) {
-    const std::string folder = parent_of(name);
-    if (folder == staged_folder_)
-        return;
-    std::string top = folder; // of the new ones
-    while (new_folders_.contains(top))
-        top = parent_of(top);
-    files_.make_folders(top, &staging_.like);
-    files_.make_folders(folder);
-    staged_folder_ = folder;
-}
-
-void Journal::add(FileRecord file, const FileStatus& old) {
-    manifest_.entries.push_back({old.is_there() ? Kind::replace : Kind::create, std::move(file)});
-    progress_.step();
-}
-
 void Journal::stage_new(FileRecord file, std::string_view bytes) {
     const FileStatus old = stage_old(file.name);
-    make_staged_folder(file.name);
     const bool is_own = !file.digest;
     const FileStatus* const like = old.type == Type::regular ? &old
                                    : is_own                  ? &staging_.like
                                                              : nullptr;
+    files_.make_folders(parent_of(file.name), &staging_.like); // a new one moves as a whole
     files_.write_new(file.name, bytes, like, is_durable_ && manifest_.entries.size() < few_files);
-    add(std::move(file), old);
+    manifest_.entries.push_back({kind_of(old), std::move(file)});
+    progress_.step();
 }
 
 FileRecord Journal::replace(const std::string& name, std::string_view bytes) {
@@ -127,16 +112,16 @@ void Journal::replace_own(const std::string& name, std::string_view bytes) {
 
 void Journal::keep_copy(const std::string& name, const std::string& copy) {
     const FileStatus old = stage_old(copy);
-    make_staged_folder(copy);
-    appdata_.link_or_copy(name, files_, copy);
-    add({copy, 0, std::nullopt}, old);
+    appdata_.link_or_copy(name, files_, copy, &staging_.like);
+    manifest_.entries.push_back({kind_of(old), {copy, 0, std::nullopt}});
+    progress_.step();
 }
 
 void Journal::remove(const std::string& name) {
     const FileStatus found = appdata_.status_or_nothing(name);
     if (!found.is_there() || found.type == Type::directory)
         return;
-    stage_old(name);
+    appdata_.link_or_copy(name, old_, name, &staging_.like);
     manifest_.entries.push_back({Kind::remove, {name, 0, std::nullopt}});
     progress_.step();
 }
@@ -155,6 +140,7 @@ void Journal::write_manifest() {
     staging_.directory.write_new(journal_names::manifest, manifest_.text(), &staging_.like,
                                  is_durable_);
     staging_.directory.write_new(journal_names::restored, "", &staging_.like, false);
+    manifest_.staged_at = staging_.directory.status(journal_names::manifest).modified;
 }
 
 // Makes durable what a recovery needs, and what stays after the commit. The old files, too: their

@@ -65,7 +65,7 @@ private:
         Staging& operator=(const Staging&) = delete;
         ~Staging();
         const Directory& appdata;
-        FileStatus like; // what the journal's own files are like
+        FileStatus like; // what new folders and the journal's own files are like
         Directory directory;
         bool is_kept = false;
     };
@@ -73,9 +73,7 @@ private:
     FileStatus stage_old(const std::string& name);
     void add_missing_folders(const std::string& name);
     [[nodiscard]] bool is_in_new_folder(const std::string& name) const;
-    void make_staged_folder(const std::string& name);
     void stage_new(FileRecord file, std::string_view bytes);
-    void add(FileRecord file, const FileStatus& old);
     void write_manifest();
     void flush();
     bool flush_one_by_one();

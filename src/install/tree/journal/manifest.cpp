@@ -105,7 +105,9 @@ Manifest Manifest::read(const Directory& journal) {
             throw Damaged();
         if (member<double>(members, version_key) != version)
             throw tree_error("read", path, "It is from another version of this library.");
-        return manifest_in(members);
+        Manifest manifest = manifest_in(members);
+        manifest.staged_at = journal.status(journal_names::manifest).modified;
+        return manifest;
     } catch (const Damaged&) {
         throw tree_error("read", path, "The file is damaged.");
     }

@@ -5,6 +5,7 @@
 #include "install/tree/change.hpp"
 #include "install/tree/disk/directory.hpp"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,7 @@ struct Manifest {
 
     std::vector<Entry> entries;       // in the order in which they are done
     std::vector<std::string> folders; // new ones, each before those in it
+    std::int64_t staged_at = 0;       // when the manifest was written, after all new files
 };
 
 } // namespace install::tree

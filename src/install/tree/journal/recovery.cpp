@@ -34,8 +34,7 @@ public:
         : appdata_(appdata),
           journal_(journal),
           manifest_(manifest),
-          old_(journal.subdirectory(journal_names::old)),
-          staged_at_(journal.status(journal_names::manifest).modified) {
+          old_(journal.subdirectory(journal_names::old)) {
         for (const Entry& entry : manifest.entries)
             if (entry.file.name == tree_names::contents_map ||
                 entry.file.name == tree_names::installed_record)
@@ -95,7 +94,7 @@ private:
     [[nodiscard]] bool is_of_change(const Entry& entry, const FileStatus& found) const {
         if (entry.kind == Kind::remove || !entry.file.digest)
             return entry.kind != Kind::remove; // nobody but this library writes it
-        const bool is_later = found.modified > staged_at_;
+        const bool is_later = found.modified > manifest_.staged_at;
         if (others_wrote_ && is_later)
             return false;
         return compared([&] { return appdata_.matches(entry.file.name, entry.file); })
@@ -134,7 +133,7 @@ private:
 
     void put_back(const std::string& name) {
         journal_.remove(journal_names::restored); // which kept the room for it
-        if (!old_.link_or_copy(name, journal_, journal_names::restored))
+        if (!old_.link_or_copy(name, journal_, journal_names::restored, nullptr))
             static_cast<void>(journal_.flush_file(journal_names::restored));
         appdata_.make_folders(parent_of(name));
         journal_.rename(journal_names::restored, appdata_, name);
@@ -144,7 +143,6 @@ private:
     const Directory& journal_;
     const Manifest& manifest_;
     Directory old_;
-    std::int64_t staged_at_;
     bool others_wrote_ = false;
     std::set<std::string> changed_; // folders
 };
