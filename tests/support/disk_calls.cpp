@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -58,6 +59,16 @@ Result observed(const test::DiskCall& call, Arguments... arguments) {
     return result;
 }
 
+// Returns the error with which an observer lets a call fail that changes nothing.
+int error_of_look(const test::DiskCall& call) {
+    test::DiskObserver* const all = std::exchange(innermost, nullptr);
+    int error = 0;
+    for (auto* each = all; each != nullptr && error == 0; each = each->outer)
+        error = each->before_look(call);
+    innermost = all;
+    return error;
+}
+
 } // namespace
 
 test::DiskObserver::DiskObserver() : outer(std::exchange(innermost, this)) {}
@@ -73,9 +84,22 @@ int openat(int directory, const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return (flags & (O_CREAT | O_WRONLY | O_RDWR)) != 0
-               ? observed<int>({"openat", directory, path}, directory, path, flags, mode)
-               : real<int>("openat", directory, path, flags, mode);
+    if ((flags & (O_CREAT | O_WRONLY | O_RDWR)) != 0)
+        return observed<int>({"openat", directory, path}, directory, path, flags, mode);
+    if (const int error = error_of_look({"openat", directory, path})) {
+        errno = error;
+        return -1;
+    }
+    return real<int>("openat", directory, path, flags, mode);
+}
+int fstatat(int directory, const char* path, struct stat* found, int flags) noexcept {
+    if (const int error = error_of_look({"fstatat", directory, path})) {
+        errno = error;
+        return -1;
+    }
+    // With sizes of 64 bits, which the header asks for, it has another name where words have 32.
+    constexpr const char* name = sizeof(long) == 4 ? "fstatat64" : "fstatat";
+    return real<int>(name, directory, path, found, flags);
 }
 int close(int file) { // leaks it, as the call that is put off needs it
     return file == kept_open ? 0 : real<int>("close", file);

@@ -6,6 +6,11 @@
 #include <string>
 #include <utility>
 
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace test {
 
 /// A call: its function, the descriptor and the name that it changes, and of a link or a renaming
@@ -33,6 +38,8 @@ public:
     }; // succeeds without effect; takes effect after the next
 
     virtual int before(const DiskCall& /*call*/) { return 0; }
+    /// The same for the calls that only look at a name, or open it for reading: 0 lets it pass.
+    virtual int before_look(const DiskCall& /*call*/) { return 0; }
     /// Called before a call that was put off, after the one that took its place.
     virtual void between() {}
     /// Called after a success, with what the call returned.
@@ -64,5 +71,47 @@ private:
     std::string function_;
     bool always_;
 };
+
+/// Lets one call fail that only looks at a name, or opens it for reading: the n-th of those whose
+/// names contain a text.
+class FailingLook : public DiskObserver {
+public:
+    FailingLook(int passing, int error, std::string name = "")
+        : passing_(passing),
+          error_(error),
+          name_(std::move(name)) {}
+    int before_look(const DiskCall& call) override {
+        const bool is_one = std::string(call.name).find(name_) != std::string::npos;
+        return is_one && passing_-- == 0 ? error_ : 0;
+    }
+    [[nodiscard]] bool was_reached() const { return passing_ < 0; }
+
+private:
+    int passing_;
+    int error_;
+    std::string name_;
+};
+
+/// Runs `change` in a process of its own that dies before its n-th call. Returns whether it got
+/// there.
+template <class Change>
+bool dies_at(int call, const Change& change, const std::string& function = "") {
+    const pid_t child = fork();
+    if (child == 0) {
+        const AtCall dying(
+            call,
+            [] {
+                _exit(1);
+                return 0;
+            },
+            function);
+        change();
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
+    return WEXITSTATUS(status) == 1;
+}
 
 } // namespace test

@@ -56,6 +56,16 @@ inline std::string kinds_of(const std::vector<install::tree::Fault>& faults) {
     return kinds;
 }
 
+/// Waits until a file that is written now is later than everything that was written before.
+inline void wait_for_later_time(const TemporaryDirectory& tree) {
+    namespace fs = std::filesystem;
+    tree.write("clock", "");
+    const auto begin = fs::last_write_time(tree.path("clock"));
+    while (fs::last_write_time(tree.path("clock")) <= begin)
+        tree.write("clock", "");
+    fs::remove(tree.path("clock"));
+}
+
 inline std::unique_ptr<TemporaryDirectory> copy_of(const TemporaryDirectory& tree) {
     auto copy = std::make_unique<TemporaryDirectory>();
     std::filesystem::copy(tree.path(), copy->path(), std::filesystem::copy_options::recursive);

@@ -21,6 +21,10 @@ void report_recovery(RepairReport& report, const Directory& appdata, const Recov
                         {appdata.path_of(name), recovery.was_rolled_back
                                                     ? "Roll back the interrupted change."
                                                     : "Drop what an interrupted change left."});
+    for (const std::string& path : recovery.kept)
+        report.notes.push_back({Fault::Kind::other_writer, path,
+                                "Another program wrote this after the change was interrupted. It "
+                                "stays."});
 }
 
 // Returns what a repair of the tree would do.
@@ -28,9 +32,11 @@ RepairReport find_repair(const View& view) {
     if (view.fault())
         throw tree_error(*view.fault());
     const Directory& appdata = view.appdata();
-    RepairReport report = plan_repair(FoundTree(view)).report;
+    // What holds the lock is alive.
     const Remains remains = is_locked(appdata) ? Remains::none : find_remains(appdata);
-    if (remains != Remains::none) // and what holds the lock is alive
+    const View rolled_back(appdata, remains == Remains::to_roll_back);
+    RepairReport report = plan_repair(FoundTree(rolled_back)).report;
+    if (remains != Remains::none)
         report_recovery(report, appdata,
                         {remains == Remains::to_roll_back, view.files_of_others()});
     return report;

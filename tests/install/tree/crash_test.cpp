@@ -16,11 +16,6 @@
 #include <regex>
 #include <set>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 using namespace install::tree;
@@ -79,25 +74,6 @@ const Scenario scenarios[6] = {
          const test::AtCall failing(4, fail, "renameat");
          EXPECT_THROW(scenarios[0].change(tree), tree_error);
      }}};
-
-// Runs `change` in a process of its own that dies before its n-th call. Returns whether it got
-// there.
-template <class Change>
-bool dies_at(int call, const Change& change) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const test::AtCall dying(call, [] {
-            _exit(1);
-            return 0;
-        });
-        change();
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
-    return WEXITSTATUS(status) == 1;
-}
 
 // What readers see of a tree, besides that a change was interrupted.
 std::string reading(const TemporaryDirectory& tree) {

@@ -189,6 +189,7 @@ void Journal::move_into_place() {
     }
     if (is_durable_)
         flush_changed_folders();
+    require_unwritten();
 }
 
 void Journal::move_file(const Entry& entry) {
@@ -199,12 +200,25 @@ void Journal::move_file(const Entry& entry) {
     files_.rename(name, appdata_, name);
 }
 
+void Journal::require(bool is_untouched, const std::string& name) const {
+    if (!is_untouched)
+        throw tree_error("replace", appdata_.path_of(name),
+                         "Another program has written it meanwhile.");
+}
+
 // A program that knows no lock may have written a shared file since it was read.
 void Journal::require_unchanged(const std::string& name) const {
     const auto seen = seen_.find(name);
-    if (seen != seen_.end() && !appdata_.status(name).has_same_bytes(seen->second))
-        throw tree_error("replace", appdata_.path_of(name),
-                         "Another program has written it meanwhile.");
+    require(seen == seen_.end() || appdata_.status(name).has_same_bytes(seen->second), name);
+}
+
+// The same until now: it wrote to the old file, whose other name is kept here, or to the new one.
+void Journal::require_unwritten() const {
+    for (const auto& [name, seen] : seen_) {
+        const FileStatus old = seen.is_there() ? old_.status(name) : seen;
+        require(!old.is_same_file(seen) || old.has_same_bytes(seen), name);
+        require(appdata_.status(name).modified <= manifest_.staged_at, name);
+    }
 }
 
 void Journal::flush_changed_folders() const {

@@ -42,7 +42,7 @@ public:
     // Replaces or creates the file `name`, and returns what it holds then.
     FileRecord replace(const std::string& name, std::string_view bytes);
     // The same for a file that every product shares, and that was `seen` when it was read: commit
-    // fails if it is another one when its turn comes.
+    // fails if another program has written it since.
     void replace_shared(const std::string& name, std::string_view bytes, const FileStatus& seen);
     // The same for a file that nobody but this library writes.
     void replace_own(const std::string& name, std::string_view bytes);
@@ -80,7 +80,9 @@ private:
     void begin_moving();
     void move_into_place();
     void move_file(const Manifest::Entry& entry);
+    void require(bool is_untouched, const std::string& name) const;
     void require_unchanged(const std::string& name) const;
+    void require_unwritten() const;
     void flush_changed_folders() const;
     void undo_moves(const tree_error* failure);
     void finish();

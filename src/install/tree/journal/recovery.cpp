@@ -35,6 +35,9 @@ public:
           journal_(journal),
           manifest_(manifest),
           old_(journal.subdirectory(journal_names::old)) {
+        for (const char* const name : {tree_names::contents_map, tree_names::installed_record})
+            others_wrote_ =
+                others_wrote_ || appdata.status_or_nothing(name).modified > manifest.staged_at;
         for (const Entry& entry : manifest.entries)
             if (entry.file.name == tree_names::contents_map ||
                 entry.file.name == tree_names::installed_record)
@@ -80,8 +83,8 @@ private:
             return Owner::nobody;
         const bool has_old = entry.kind != Kind::create;
         const FileStatus old = has_old ? old_.status(name) : FileStatus();
-        if (has_old && found.is_same_file(old))
-            return Owner::old_tree;
+        if (has_old && found.is_same_file(old)) // or has another program written in it?
+            return found.modified > manifest_.staged_at ? Owner::others : Owner::old_tree;
         if (is_of_change(entry, found)) { // or the old one, if that has the same bytes
             const auto is_equal = compared([&] { return old_.matches(name, entry.file); });
             return has_old && is_equal.value_or(false) ? Owner::old_tree : Owner::change;

@@ -20,9 +20,12 @@ View::State::State(const Directory& appdata) : changes(counted_changes(appdata))
     }
 }
 
-View::View(const Directory& appdata) : appdata_(appdata), state_(appdata) {
+View::View(const Directory& appdata, bool sees_others) : appdata_(appdata), state_(appdata) {
     try {
         open_undo();
+        if (sees_others && old_)
+            for (const std::string& name : tree::files_of_others(appdata_, *undo_, manifest_))
+                changed_.erase(name);
     } catch (const tree_error& error) {
         fault_ = error;
     }

@@ -20,8 +20,9 @@ namespace install::tree {
 // new ones. Names are relative to appdata. All operations throw tree_error.
 class View {
 public:
-    // Keeps a reference to `appdata`.
-    explicit View(const Directory& appdata);
+    // Keeps a reference to `appdata`. With `sees_others`, which takes longer, files are seen that
+    // other programs wrote since a change was interrupted, as they are once that is rolled back.
+    explicit View(const Directory& appdata, bool sees_others = false);
 
     // As those of Directory.
     [[nodiscard]] std::string path_of(const std::string& name) const {
