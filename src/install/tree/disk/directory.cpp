@@ -24,7 +24,7 @@ std::error_code last_error() noexcept {
     return {errno, std::system_category()};
 }
 
-std::string join(const std::string& folder, const std::string& name) {
+std::string child_of(const std::string& folder, const std::string& name) {
     return folder.empty() ? name : folder + '/' + name;
 }
 
@@ -345,9 +345,10 @@ std::vector<Directory::Entry> Directory::entries(const std::string& name) const 
         const std::string child = found->d_name;
         if (child == "." || child == "..")
             continue;
-        const bool is_folder = found->d_type == DT_UNKNOWN // some file systems do not say
-                                   ? status(join(name, child)).type == FileStatus::Type::directory
-                                   : found->d_type == DT_DIR;
+        const bool is_folder =
+            found->d_type == DT_UNKNOWN // some file systems do not say
+                ? status(child_of(name, child)).type == FileStatus::Type::directory
+                : found->d_type == DT_DIR;
         entries.push_back({child, is_folder});
     }
 }
@@ -452,7 +453,7 @@ void Directory::remove_tree(const std::string& name,
     std::vector<std::string> folders = folders_at(name);
     for (; !folders.empty(); folders.pop_back()) {
         for (const Entry& child : entries(folders.back())) {
-            remove(join(folders.back(), child.name));
+            remove(child_of(folders.back(), child.name));
             if (on_removal)
                 on_removal();
         }
@@ -468,7 +469,7 @@ std::vector<std::string> Directory::folders_at(const std::string& name) const {
     for (std::size_t index = 0; index < folders.size(); ++index)
         for (const Entry& child : entries(folders[index]))
             if (child.is_folder)
-                folders.push_back(join(folders[index], child.name));
+                folders.push_back(child_of(folders[index], child.name));
     return folders;
 }
 

@@ -12,7 +12,7 @@ namespace install::tree {
 namespace {
 
 using Entry = Manifest::Entry;
-using Kind = ChangeStep::Kind;
+using StepKind = ChangeStep::Kind;
 using Type = FileStatus::Type;
 
 // As many files are flushed one by one, so that nobody waits for what other programs have written.
@@ -23,8 +23,8 @@ Directory make_subdirectory(const Directory& directory, const char* name, const 
     return directory.subdirectory(name);
 }
 
-Kind kind_of(const FileStatus& old) {
-    return old.is_there() ? Kind::replace : Kind::create;
+StepKind kind_of(const FileStatus& old) {
+    return old.is_there() ? StepKind::replace : StepKind::create;
 }
 
 } // namespace
@@ -122,7 +122,7 @@ void Journal::remove(const std::string& name) {
     if (!found.is_there() || found.type == Type::directory)
         return;
     appdata_.link_or_copy(name, old_, name, &staging_.like);
-    manifest_.entries.push_back({Kind::remove, {name, 0, std::nullopt}});
+    manifest_.entries.push_back({StepKind::remove, {name, 0, std::nullopt}});
     progress_.step();
 }
 
@@ -158,9 +158,9 @@ void Journal::flush() {
 bool Journal::flush_one_by_one() {
     bool is_done = staging_.directory.flush_file(journal_names::manifest);
     for (const Entry& entry : manifest_.entries) {
-        if (entry.kind != Kind::remove)
+        if (entry.kind != StepKind::remove)
             is_done = files_.flush_file(entry.file.name) && is_done;
-        if (entry.kind != Kind::create)
+        if (entry.kind != StepKind::create)
             is_done = old_.flush_file(entry.file.name) && is_done;
     }
     old_.flush_all_folders();
@@ -194,7 +194,7 @@ void Journal::move_into_place() {
 
 void Journal::move_file(const Entry& entry) {
     const std::string& name = entry.file.name;
-    if (entry.kind == Kind::remove)
+    if (entry.kind == StepKind::remove)
         return appdata_.remove(name);
     require_unchanged(name);
     files_.rename(name, appdata_, name);

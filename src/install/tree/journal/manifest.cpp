@@ -15,13 +15,13 @@ namespace {
 using foundation::json::Value;
 using foundation::json::ValueMap;
 using foundation::json::ValueVector;
-using Kind = ChangeStep::Kind;
+using StepKind = ChangeStep::Kind;
 
 constexpr const char* version_key = "version";
 constexpr double version = 3;
 constexpr const char* folders_key = "folders";
 constexpr const char* digest_key = "sha256"; // of all lines
-constexpr Kind kinds[] = {Kind::create, Kind::replace, Kind::remove};
+constexpr StepKind kinds[] = {StepKind::create, StepKind::replace, StepKind::remove};
 
 struct Damaged {};
 
@@ -55,7 +55,7 @@ void read_list(const ValueMap& members, const char* key, std::string& all, const
 Manifest manifest_in(const ValueMap& members) {
     Manifest manifest;
     std::string all;
-    for (const Kind kind : kinds)
+    for (const StepKind kind : kinds)
         read_list(members, name_of(kind), all, [&](const std::string& line) {
             auto file = record_in(line);
             if (!file)
@@ -77,7 +77,7 @@ Manifest manifest_in(const ValueMap& members) {
 std::string Manifest::text() const {
     ValueMap members;
     std::string all;
-    for (const Kind kind : kinds) {
+    for (const StepKind kind : kinds) {
         ValueVector lines;
         for (const Entry& entry : entries)
             if (entry.kind == kind)

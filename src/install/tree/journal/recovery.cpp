@@ -10,7 +10,7 @@ namespace install::tree {
 
 namespace {
 
-using Kind = ChangeStep::Kind;
+using StepKind = ChangeStep::Kind;
 using Entry = Manifest::Entry;
 
 // Returns what `compare` returns; nothing if a file may not be opened.
@@ -81,7 +81,7 @@ private:
         const FileStatus found = appdata_.status_or_nothing(name);
         if (!found.is_there())
             return Owner::nobody;
-        const bool has_old = entry.kind != Kind::create;
+        const bool has_old = entry.kind != StepKind::create;
         const FileStatus old = has_old ? old_.status(name) : FileStatus();
         if (has_old && found.is_same_file(old)) // or has another program written in it?
             return found.modified > manifest_.staged_at ? Owner::others : Owner::old_tree;
@@ -95,8 +95,8 @@ private:
     // Another program that repeats what the change did writes the very same bytes: where one has
     // been there, a file is the change's only if it is no later than the change itself.
     [[nodiscard]] bool is_of_change(const Entry& entry, const FileStatus& found) const {
-        if (entry.kind == Kind::remove || !entry.file.digest)
-            return entry.kind != Kind::remove; // nobody but this library writes it
+        if (entry.kind == StepKind::remove || !entry.file.digest)
+            return entry.kind != StepKind::remove; // nobody but this library writes it
         const bool is_later = found.modified > manifest_.staged_at;
         if (others_wrote_ && is_later)
             return false;
@@ -118,13 +118,14 @@ private:
     template <class Choose>
     void restore_all(const Choose& choose) {
         for (const Entry& entry : manifest_.entries)
-            if (choose(entry.file.name.find('/') != std::string::npos, entry.kind == Kind::create))
+            if (choose(entry.file.name.find('/') != std::string::npos,
+                       entry.kind == StepKind::create))
                 restore(entry);
     }
 
     void restore(const Entry& entry) {
         const Owner owner = owner_of(entry);
-        const bool is_new = entry.kind == Kind::create;
+        const bool is_new = entry.kind == StepKind::create;
         if (owner == Owner::change && is_new)
             appdata_.remove(entry.file.name);
         else if (owner == Owner::change || (owner == Owner::nobody && !is_new))
