@@ -5,6 +5,7 @@
 #include "install/tree/install_tree.hpp"
 #include "support/temporary_directory.hpp"
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -56,9 +57,14 @@ inline std::string kinds_of(const std::vector<install::tree::Fault>& faults) {
     return kinds;
 }
 
-/// Waits until a file that is written now is later than everything that was written before.
+/// Waits until a file that is written now is later than everything that was written before, and so
+/// is the time in it.
 inline void wait_for_later_time(const TemporaryDirectory& tree) {
     namespace fs = std::filesystem;
+    using std::chrono::system_clock;
+    const auto now = std::chrono::ceil<std::chrono::milliseconds>(system_clock::now());
+    while (system_clock::now() <= now) {
+    }
     tree.write("clock", "");
     const auto begin = fs::last_write_time(tree.path("clock"));
     while (fs::last_write_time(tree.path("clock")) <= begin)

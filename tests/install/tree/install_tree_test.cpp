@@ -201,6 +201,18 @@ TEST(TreeApply, RemovesAndWrites) {
     EXPECT_TRUE(directory.files().contains("outside.xml"));
     EXPECT_FALSE(directory.files().contains(products + "A 1 sub/de.xml"));
     EXPECT_EQ(tree.list().contents.size(), 2U);
+    // Of what an entry lists, all goes: with any name, and if its folder is gone already.
+    directory.write(products + "elsewhere/x y.xml", "");
+    directory.write(contents_map, R"({"D 1 hostpf":["appdata/products/elsewhere/x y.xml",)"
+                                  R"("appdata/products/gone/D 1 en.xml"]})");
+    tree.remove({{"D 1 hostpf", {}}});
+    EXPECT_FALSE(fs::exists(directory.path(products + "elsewhere/x y.xml")));
+    EXPECT_FALSE(fs::exists(directory.path(products + "gone")));
+    EXPECT_TRUE(directory.content("appdata/.lock").ends_with(" 3\n")); // as many changes
+    // A damaged map is not taken for what is left of it.
+    directory.write(contents_map, R"({"E 1 hostpf":[],)");
+    EXPECT_THROW(static_cast<void>(tree.list()), tree_error);
+    EXPECT_THROW(static_cast<void>(documents_of(directory.upath(), "E 1 hostpf")), tree_error);
 }
 
 TEST(TreeApply, ReportsProgressAndRollsBackWhatTheObserverEnds) {
@@ -215,6 +227,10 @@ TEST(TreeApply, ReportsProgressAndRollsBackWhatTheObserverEnds) {
         Options options;
         options.on_progress = [&](const Progress& progress) {
             seen.push_back(progress.phase);
+            EXPECT_EQ(progress.done, 0U);
+            EXPECT_EQ(progress.total, progress.phase == Phase::stage  ? 8U
+                                      : progress.phase == Phase::move ? 8U
+                                                                      : 0U);
             if (last < all.size() && progress.phase == all[last])
                 throw Stop();
         };

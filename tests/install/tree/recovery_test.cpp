@@ -4,6 +4,7 @@
 #include "install/tree/install_tree.hpp"
 #include "install/tree/repair.hpp"
 #include "support/disk_calls.hpp"
+#include "support/durable_disk.hpp"
 #include "support/trees.hpp"
 
 #include <gtest/gtest.h>
@@ -166,6 +167,52 @@ TEST(RolledBack, IsNoticedByReadersWithoutTheLock) {
     };
     EXPECT_EQ(kinds_of(inspect(tree.upath(), options).problems), "");
     EXPECT_EQ(readings, 2);
+}
+
+// Where there are no links, neither for the change nor for its recovery, files are copied.
+TEST(RolledBack, WithoutLinks) {
+    const TemporaryDirectory source;
+    InstallTree(source.upath()).write({selection(u"A"), selection(u"B")});
+    const auto before = files_of(source);
+    bool is_alive = false;
+    for (int call = 1; !is_alive; ++call) {
+        const auto tree = copy_of(source);
+        const AtCall unlinkable(
+            0, [] { return EPERM; }, "linkat", true);
+        is_alive = !dies_while_moving(*tree, call);
+        InstallTree(tree->upath()).recover();
+        EXPECT_EQ(files_of(*tree) == before, !is_alive) << call;
+    }
+}
+
+// So many files are flushed as one, or one by one where the system cannot.
+TEST(ManyFiles, AreDurableOrTheChangeFails) {
+    std::vector<ProductSelection> products_of_change;
+    for (char16_t number = 0; number < 40; ++number)
+        products_of_change.push_back(selection({u'P', static_cast<char16_t>(u'a' + number)}));
+    for (const int error : {0, ENOSYS, EIO}) {
+        std::vector<DurableDisk::Disk> states; // after a power failure
+        {
+            const TemporaryDirectory tree;
+            DurableDisk disk(tree);
+            const AtCall failing(
+                0, [&] { return error; }, "syncfs", true);
+            try {
+                InstallTree(tree.upath()).write(products_of_change);
+                EXPECT_NE(error, EIO);
+                disk.mark();
+                states = disk.moments.back().after_failure(1);
+            } catch (const tree_error& failure) {
+                EXPECT_EQ(failure.code().value(), EIO);
+            }
+        }
+        for (const auto& state : states) {
+            const TemporaryDirectory left;
+            state.write_to(left.path());
+            InstallTree(left.upath()).recover();
+            EXPECT_TRUE(InstallTree(left.upath()).verify(products_of_change).empty());
+        }
+    }
 }
 
 // Whoever may work on a tree may work on what an interrupted change left there.

@@ -137,6 +137,8 @@ std::vector<ChangeStep> Journal::steps() const {
 // The second file keeps the room on the disk that a roll back takes for a name.
 void Journal::write_manifest() {
     manifest_.folders.assign(new_folders_.begin(), new_folders_.end());
+    if (const auto record = appdata_.read(tree_names::installed_record))
+        manifest_.old_record = FileRecord::of(tree_names::installed_record, *record);
     staging_.directory.write_new(journal_names::manifest, manifest_.text(), &staging_.like,
                                  is_durable_);
     staging_.directory.write_new(journal_names::restored, "", &staging_.like, false);

@@ -20,6 +20,7 @@ using StepKind = ChangeStep::Kind;
 constexpr const char* version_key = "version";
 constexpr double version = 3;
 constexpr const char* folders_key = "folders";
+constexpr const char* old_record_key = "old_record";
 constexpr const char* digest_key = "sha256"; // of all lines
 constexpr StepKind kinds[] = {StepKind::create, StepKind::replace, StepKind::remove};
 
@@ -67,6 +68,11 @@ Manifest manifest_in(const ValueMap& members) {
         require_safe(name);
         manifest.folders.push_back(name);
     });
+    read_list(members, old_record_key, all, [&](const std::string& line) {
+        manifest.old_record = record_in(line);
+        if (!manifest.old_record)
+            throw Damaged();
+    });
     if (member<std::string>(members, digest_key) != hexadecimal(sha256(all)))
         throw Damaged();
     return manifest;
@@ -88,6 +94,10 @@ std::string Manifest::text() const {
     for (const std::string& folder : folders)
         all += names.emplace_back(folder).get<std::string>();
     members.emplace(folders_key, std::move(names));
+    ValueVector old;
+    if (old_record)
+        all += old.emplace_back(line_of(*old_record)).get<std::string>();
+    members.emplace(old_record_key, std::move(old));
     members.emplace(digest_key, hexadecimal(sha256(all)));
     members.emplace(version_key, version);
     return foundation::json::serialize(Value(std::move(members)));

@@ -6,6 +6,7 @@
 #include "install/tree/disk/directory.hpp"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,9 +34,10 @@ struct Manifest {
     // version, a damaged one and a missing one apart.
     [[nodiscard]] static Manifest read(const Directory& journal);
 
-    std::vector<Entry> entries;       // in the order in which they are done
-    std::vector<std::string> folders; // new ones, each before those in it
-    std::int64_t staged_at = 0;       // when the manifest was written, after all new files
+    std::vector<Entry> entries;           // in the order in which they are done
+    std::vector<std::string> folders;     // new ones, each before those in it
+    std::optional<FileRecord> old_record; // the installed record before the change
+    std::int64_t staged_at = 0;           // when the manifest was written, after all new files
 };
 
 } // namespace install::tree

@@ -35,12 +35,9 @@ public:
           journal_(journal),
           manifest_(manifest),
           old_(journal.subdirectory(journal_names::old)) {
-        for (const char* const name : {tree_names::contents_map, tree_names::installed_record})
-            others_wrote_ =
-                others_wrote_ || appdata.status_or_nothing(name).modified > manifest.staged_at;
+        others_wrote_ = has_other_record();
         for (const Entry& entry : manifest.entries)
-            if (entry.file.name == tree_names::contents_map ||
-                entry.file.name == tree_names::installed_record)
+            if (entry.file.name == tree_names::contents_map)
                 others_wrote_ = others_wrote_ || owner_of(entry) == Owner::others;
     }
 
@@ -83,13 +80,26 @@ private:
             return Owner::nobody;
         const bool has_old = entry.kind != StepKind::create;
         const FileStatus old = has_old ? old_.status(name) : FileStatus();
-        if (has_old && found.is_same_file(old)) // or has another program written in it?
-            return found.modified > manifest_.staged_at ? Owner::others : Owner::old_tree;
+        if (has_old && found.is_same_file(old)) // in which another program may have written
+            return name == tree_names::installed_record && has_other_record() ? Owner::others
+                                                                              : Owner::old_tree;
         if (is_of_change(entry, found)) { // or the old one, if that has the same bytes
             const auto is_equal = compared([&] { return old_.matches(name, entry.file); });
             return has_old && is_equal.value_or(false) ? Owner::old_tree : Owner::change;
         }
         return has_old && is_copy(name, old, found) ? Owner::old_tree : Owner::others;
+    }
+
+    // Every program that writes a product leaves a time in the installed record.
+    [[nodiscard]] bool has_other_record() const {
+        const std::string name = tree_names::installed_record;
+        const auto is_other = [&](const FileRecord& file) {
+            return !compared([&] { return appdata_.matches(name, file); }).value_or(true);
+        };
+        return appdata_.has(name) && (!manifest_.old_record || is_other(*manifest_.old_record)) &&
+               std::ranges::all_of(manifest_.entries, [&](const Entry& entry) {
+                   return entry.file.name != name || is_other(entry.file);
+               });
     }
 
     // Another program that repeats what the change did writes the very same bytes: where one has
