@@ -115,8 +115,8 @@ private:
             inspect_member(key, value);
         if (is_in_other_encoding_)
             add_problem(Kind::not_utf8, tree_.contents.path(),
-                        "Some of its text is not UTF-8: another program wrote it in another "
-                        "encoding.");
+                        "Some of its text is not UTF-8: it is damaged, or another program wrote it "
+                        "in another encoding.");
         inspect_receipts();
         inspect_documents();
         inspect_texts();
