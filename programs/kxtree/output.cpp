@@ -156,7 +156,7 @@ void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths) {
         for (const std::string& key : keys)
             stream << printable_text(path) << ": " << printable_text(key) << '\n';
         if (keys.empty())
-            std::cerr << printable_text(path) << ": no product lists it\n";
+            std::cerr << "kxtree: " << printable_text(path) << ": no product lists it\n";
     }
 }
 
