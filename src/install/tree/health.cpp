@@ -13,7 +13,6 @@
 #include <utf8.h>
 
 #include <algorithm>
-#include <initializer_list>
 #include <optional>
 #include <utility>
 
@@ -72,14 +71,12 @@ private:
     // A first change that was cancelled leaves a tree without products, and nothing is missing
     // there.
     [[nodiscard]] bool is_empty() const {
-        return documents_.files.empty() && documents_.faults.empty() &&
-               std::ranges::all_of(
-                   std::initializer_list{&tree_.contents, &tree_.record, &tree_.receipts},
-                   [&](const SharedFile* file) {
-                       const auto old = file->name() + std::string(tree_names::old_suffix);
-                       return file->is(SharedFile::State::missing) &&
-                              !tree_.view.status(old).is_there();
-                   });
+        const auto never_was = [&](const SharedFile& file) {
+            const std::string old = file.name() + std::string(tree_names::old_suffix);
+            return file.is(SharedFile::State::missing) && !tree_.view.status(old).is_there();
+        };
+        return documents_.files.empty() && documents_.faults.empty() && never_was(tree_.contents) &&
+               never_was(tree_.record) && never_was(tree_.receipts);
     }
 
     // A change that is under way holds the lock.
