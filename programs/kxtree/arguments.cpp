@@ -1,9 +1,14 @@
 #include "arguments.hpp"
 
 #include "commands.hpp"
+#include "failure.hpp"
+#include "install/tree/printable_text.hpp"
+#include "nearest.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <iostream>
 #include <utility>
 
 namespace kxtree {
@@ -13,14 +18,17 @@ namespace {
 // A subcommand while it is described.
 class Command {
 public:
-    Command(CLI::App& program, Request& request, int (*command)(const Request&),
+    Command(CLI::App& program, Request& request, Result (*command)(const Request&),
             const std::string& name, const std::string& description, const std::string& example)
         : app_(*program.add_subcommand(name, description)),
           request_(request) {
         app_.footer("Example:\n  kxtree " + example);
         app_.add_option("ROOT", request.root, "The install root: the directory that has appdata")
             ->required();
-        app_.callback([&request, command] { request.command = command; });
+        app_.callback([&request, command, name] {
+            request.command = command;
+            request.name = name;
+        });
     }
 
     // Taken as they are: the conversion to a vector would leave out an empty key.
@@ -36,12 +44,12 @@ public:
         return app_.add_flag(name, value, description);
     }
 
-    void json() { flag("--json", request_.json, "Prints one JSON object"); }
+    CLI::Option* json() { return flag("--json", request_.json, "Prints one JSON object"); }
 
     void wait() {
         const auto take = [&request = request_](double seconds) {
             if (!(seconds >= 0 && seconds <= 1e9)) // also what is no number
-                throw CLI::ValidationError("--wait", "This is not a number of seconds");
+                throw CLI::ValidationError("--wait needs a number of seconds");
             request.wait_at_most = std::chrono::ceil<std::chrono::milliseconds>(
                 std::chrono::duration<double>(seconds));
         };
@@ -51,7 +59,10 @@ public:
             ->type_name("SECONDS");
     }
 
-    CLI::App& app() { return app_; }
+    void option(const std::string& name, std::optional<std::string>& value,
+                const std::string& description) {
+        app_.add_option(name, value, description);
+    }
 
 private:
     CLI::App& app_;
@@ -64,14 +75,15 @@ void add_list(CLI::App& program, Request& request) {
     Command command(program, request, list, "list",
                     "Lists the products: basecode, number of files, last write",
                     "list /opt/kit --json");
-    command.json();
+    auto* const keys = command.flag("--keys", request.keys, "Prints the keys alone, a line each");
+    command.json()->excludes(keys);
 }
 
 void add_files(CLI::App& program, Request& request) {
     Command command(program, request, files, "files",
                     "Lists the documents of a product, with their sizes and states",
                     "files /opt/kit \"Sample Tool 2.5\"");
-    command.operands("KEY", 1, "The key of the product; its tag, hostpf, may be left out");
+    command.operands("KEY", 1, "The key of the product, without its tag, or its basecode");
     command.json();
 }
 
@@ -85,10 +97,10 @@ void add_owner(CLI::App& program, Request& request) {
 void add_check(CLI::App& program, Request& request) {
     Command command(program, request, check, "check",
                     "Checks the health of a tree: exit status 0 healthy, 1 problems, 2 "
-                    "could not look",
+                    "could not be read",
                     "check /opt/kit --contents");
     command.flag("--contents", request.contents,
-                 "Compares also the text of every document with what was written");
+                 "Also compares the text of every document with what was written");
     command.json();
 }
 
@@ -96,18 +108,13 @@ void add_remove(CLI::App& program, Request& request) {
     Command command(program, request, remove, "remove",
                     "Removes products: their entries, and documents only they list",
                     "remove /opt/kit \"Sample Tool 2.5\" --dry-run");
-    command.operands("KEY", any_number, "The key of a product; its tag, hostpf, may be left out");
-    command.app().add_option(
+    command.operands("KEY", any_number, "The key of a product, without its tag, or its basecode");
+    command.option(
         "--basecode", request.basecode,
         "The entry of the installed record that belongs to the KEY, if the tree does not know it");
     command.flag("--dry-run", request.dry_run, "Only says what it would do");
     command.wait();
     command.json();
-    command.app().callback([&request] {
-        request.command = remove;
-        if (request.basecode && request.operands.size() > 1)
-            throw CLI::ValidationError("--basecode", "It belongs to one KEY alone");
-    });
 }
 
 void add_repair(CLI::App& program, Request& request) {
@@ -144,22 +151,54 @@ void parse(CLI::App& program, int argc, char** argv, Request& request) {
         reveal(operand);
     if (request.basecode)
         reveal(*request.basecode);
+    if (request.basecode && request.operands.size() > 1)
+        throw CLI::ValidationError("--basecode needs exactly one KEY");
+}
+
+Failure failure_of(const CLI::ParseError& error, const CLI::App& program) {
+    std::string text = error.what();
+    std::erase(text, '\0'); // of hidden arguments
+    const auto commands = program.get_subcommands();
+    return {install::tree::printable_text(text),
+            "to see how it is used, run: kxtree " +
+                (commands.empty() ? "" : commands.front()->get_name() + ' ') + "--help"};
+}
+
+// A misspelt command would be reported as an argument that was not expected.
+void require_command(const CLI::App& program, const std::string& name) {
+    std::vector<std::string> commands;
+    for (const CLI::App* const command : program.get_subcommands(nullptr))
+        commands.push_back(command->get_name());
+    if (name.starts_with('-') || std::ranges::find(commands, name) != commands.end())
+        return;
+    const auto suggestion = nearest(name, commands);
+    throw Failure("there is no command \"" + install::tree::printable_text(name) + '"' +
+                      (suggestion ? "; did you mean \"" + *suggestion + "\"?" : ""),
+                  "to see all commands, run: kxtree --help");
 }
 
 } // namespace
 
 std::variant<Request, ExitStatus> read_arguments(int argc, char** argv) {
-    CLI::App program("Looks after install trees.", "kxtree");
-    program.set_version_flag("--version", "kxtree " KX_VERSION);
+    CLI::App program("Maintains install trees.", "kxtree");
+    program.set_version_flag("-V,--version", "kxtree " KX_VERSION);
     program.require_subcommand(1);
     program.footer("Example:\n  kxtree check /opt/kit");
     Request request;
     for (const auto add : {add_list, add_files, add_owner, add_check, add_remove, add_repair})
         add(program, request);
+    if (argc < 2) {
+        std::cout << program.help();
+        return ok;
+    }
+    require_command(program, argv[1]);
     try {
         parse(program, argc, argv, request);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? ok : failed;
+        if (error.get_exit_code() != 0)
+            throw failure_of(error, program);
+        program.exit(error); // prints help or the version
+        return ok;
     }
     return request;
 }

@@ -8,8 +8,8 @@
 
 namespace kxtree {
 
-/// Returns what the command line asks for; or the exit status, where it was help, the version or a
-/// mistake, which is then printed.
+/// Returns what the command line asks for; or the exit status, where that was help or the version,
+/// which is then printed. Throws Failure on a mistake.
 [[nodiscard]] std::variant<Request, ExitStatus> read_arguments(int argc, char** argv);
 
 } // namespace kxtree

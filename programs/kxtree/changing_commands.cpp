@@ -1,62 +1,99 @@
 #include "commands.hpp"
 
-#include "fl/i18n/text_conversion.hpp"
 #include "install/tree/install_tree.hpp"
 #include "install/tree/repair.hpp"
+#include "interruption.hpp"
 #include "json_output.hpp"
+#include "keys.hpp"
 #include "output.hpp"
-#include "products.hpp"
+#include "removal.hpp"
+#include "root.hpp"
 
 #include <iostream>
+#include <memory>
 #include <set>
+#include <sstream>
 
 namespace kxtree {
 
-using fl::i18n::utf8_to_ustring;
 using install::tree::InstallTree;
 
 namespace {
 
+// Called again and again while a change waits; a person wants to know it once.
+auto waiting_line() {
+    return [last = std::optional<std::int64_t>()](std::int64_t process) mutable {
+        require_no_interruption();
+        if (last != process)
+            std::cerr << "kxtree: waiting for " << install::tree::describe_process(process)
+                      << std::endl;
+        last = process;
+    };
+}
+
 install::tree::Options options_of(const Request& request) {
-    return {.on_wait =
-                [](std::int64_t process) {
-                    std::cerr << "kxtree: waiting for " << install::tree::describe_process(process)
-                              << std::endl;
-                },
+    return {.on_wait = waiting_line(),
+            .on_progress = [](const auto& /*progress*/) { require_no_interruption(); },
             .wait_at_most = request.wait_at_most};
+}
+
+std::vector<install::tree::InstalledProduct> products_of(const Request& request, const Root& root,
+                                                         const install::tree::Listing& listing) {
+    const Keys keys(root, listing, request.root);
+    std::set<std::string> found; // one may be given with its tag and without
+    std::vector<install::tree::InstalledProduct> products;
+    for (const std::string& operand : request.operands)
+        if (const auto [key, is_new] = found.insert(keys.find(operand)); is_new)
+            products.push_back({*key, request.basecode});
+    return products;
+}
+
+std::string text_of(const Removal& removal, bool as_json) {
+    std::ostringstream text;
+    print_removal(text, removal);
+    return as_json ? removal_as_json(removal) : text.str();
+}
+
+void prepare_for_change() {
+    note_interruptions();
+    ignore_broken_pipes();
 }
 
 } // namespace
 
-int remove(const Request& request) {
-    InstallTree tree(utf8_to_ustring(request.root), options_of(request));
-    const auto listing = tree.list();
-    install::tree::Change wanted;
-    std::set<std::string> keys; // one may be given with its tag and without
-    for (const std::string& operand : request.operands)
-        if (const auto [key, is_new] = keys.insert(full_key(listing, operand)); is_new)
-            wanted.remove.push_back({*key, request.basecode});
-    auto change = tree.prepare(wanted);
-    const Removal removal{change.removed(), change.steps(), !request.dry_run};
+Result remove(const Request& request) {
     if (!request.dry_run)
-        change.commit();
-    if (request.json)
-        std::cout << removal_as_json(removal);
-    else
-        print_removal(std::cout, removal);
-    return ok;
+        prepare_for_change();
+    const Root root(request.root);
+    InstallTree tree(root.name(), options_of(request));
+    const auto listing = tree.list();
+    const auto products = products_of(request, root, listing);
+    if (request.dry_run) {
+        std::cout << text_of(expected_removal(root, listing, products), request.json);
+        return {ok};
+    }
+    auto change = tree.prepare({.remove = products});
+    const std::string text = text_of(removal_of(change), request.json); // before it is too late
+    change.commit();
+    std::cout << text;
+    return {ok, true};
 }
 
-int repair(const Request& request) {
+Result repair(const Request& request) {
     using install::tree::RepairMode;
-    const auto mode = request.apply ? RepairMode::apply : RepairMode::dry_run;
-    const auto report =
-        install::tree::repair(utf8_to_ustring(request.root), mode, options_of(request));
+    if (request.apply)
+        prepare_for_change();
+    const Root root(request.root);
+    RepairResult result{.root_argument = request.root, .is_applied = request.apply};
+    result.report = install::tree::repair(
+        root.name(), request.apply ? RepairMode::apply : RepairMode::dry_run, options_of(request));
+    result.advice = advice_on(result.report, root, request.root);
     if (request.json)
-        std::cout << repair_as_json(report, request.apply);
+        std::cout << repair_as_json(result);
     else
-        print_repair(std::cout, report, request.apply, Style());
-    return ok;
+        print_repair(std::cout, result, Style());
+    return {result.report.remaining.empty() ? ok : problems,
+            request.apply && !result.report.steps.empty()};
 }
 
 } // namespace kxtree

@@ -6,12 +6,13 @@
 
 namespace kxtree {
 
-/// Each returns the exit status, prints to standard output, and throws what the library throws.
-[[nodiscard]] int list(const Request& request);
-[[nodiscard]] int files(const Request& request);
-[[nodiscard]] int owner(const Request& request);
-[[nodiscard]] int check(const Request& request);
-[[nodiscard]] int remove(const Request& request);
-[[nodiscard]] int repair(const Request& request);
+/// Each prints to standard output. It throws what the library throws; Failure where what was asked
+/// for is not there; and Interrupted, unless the tree was changed already.
+[[nodiscard]] Result list(const Request& request);
+[[nodiscard]] Result files(const Request& request);
+[[nodiscard]] Result owner(const Request& request);
+[[nodiscard]] Result check(const Request& request);
+[[nodiscard]] Result remove(const Request& request);
+[[nodiscard]] Result repair(const Request& request);
 
 } // namespace kxtree

@@ -77,7 +77,11 @@ Value faults_as_json(const std::vector<Fault>& faults) {
     });
 }
 
+// Members may be added in the same version; those that there are keep their meaning.
+constexpr std::uint64_t format_version = 1;
+
 std::string as_line(ValueMap object) {
+    object.emplace("version", number(format_version));
     const std::string json = foundation::json::serialize(Value(std::move(object)));
     return install::tree::printable_json(json) + '\n';
 }
@@ -112,9 +116,11 @@ std::string owners_as_json(const std::vector<OwnedPath>& paths) {
 std::string health_as_json(const install::tree::Health& health) {
     ValueMap object = members(health.listing);
     object.emplace("documents", number(health.documents));
+    object.emplace("complete", Value(health.is_complete));
     object.emplace("healthy", Value(health.problems.empty()));
     object.emplace("notes", faults_as_json(health.notes));
     object.emplace("problems", faults_as_json(health.problems));
+    object.emplace("without_receipt", number(count_without_receipt(health.listing)));
     return as_line(std::move(object));
 }
 
@@ -125,15 +131,12 @@ std::string removal_as_json(const Removal& removal) {
                               return Value(ValueMap{{"key", text(product.key)},
                                                     {"basecode", text_or_null(product.basecode)}});
                           })},
-         {"steps", list(removal.steps,
-                        [](const auto& step) {
-                            return Value(ValueMap{{"kind", text(name_of(step.kind))},
-                                                  {"path", text(step.path)}});
-                        })},
+         {"documents", list(removal.documents, text)},
          {"changed", Value(removal.done)}});
 }
 
-std::string repair_as_json(const install::tree::RepairReport& report, bool applied) {
+std::string repair_as_json(const RepairResult& repair) {
+    const auto& report = repair.report;
     return as_line(
         {{"steps",
           list(report.steps,
@@ -141,7 +144,9 @@ std::string repair_as_json(const install::tree::RepairReport& report, bool appli
                    return Value(ValueMap{{"path", text(step.path)}, {"text", text(step.text)}});
                })},
          {"notes", faults_as_json(report.notes)},
-         {"changed", Value(applied && !report.steps.empty())}});
+         {"remaining", faults_as_json(report.remaining)},
+         {"write_again", list(repair.advice.products, text)},
+         {"changed", Value(repair.is_applied && !report.steps.empty())}});
 }
 
 } // namespace kxtree

@@ -2,8 +2,8 @@
 
 #pragma once
 
+#include "advice.hpp"
 #include "install/tree/health.hpp"
-#include "install/tree/repair.hpp"
 #include "owners.hpp"
 #include "removal.hpp"
 
@@ -21,6 +21,6 @@ documents_as_json(const std::string& key,
 [[nodiscard]] std::string owners_as_json(const std::vector<OwnedPath>& paths);
 [[nodiscard]] std::string health_as_json(const install::tree::Health& health);
 [[nodiscard]] std::string removal_as_json(const Removal& removal);
-[[nodiscard]] std::string repair_as_json(const install::tree::RepairReport& report, bool applied);
+[[nodiscard]] std::string repair_as_json(const RepairResult& repair);
 
 } // namespace kxtree

@@ -3,10 +3,10 @@
 #include "install/tree/printable_text.hpp"
 #include "iso_time.hpp"
 #include "products.hpp"
+#include "shell_text.hpp"
 #include "state.hpp"
 #include "table.hpp"
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -26,7 +26,10 @@ namespace {
 void print_finding(std::ostream& stream, const std::string& path, std::string text) {
     for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 1))
         text.insert(end + 1, "    ");
-    stream << "  " << printable_text(path) << ": " << text << '\n';
+    const std::string file = printable_text(path);
+    if (text.find(file) == std::string::npos) // as it is not in the text of a failure
+        text.insert(0, file + ": ");
+    stream << "  " << text << '\n';
 }
 
 void print_faults(std::ostream& stream, const std::string& title,
@@ -38,25 +41,38 @@ void print_faults(std::ostream& stream, const std::string& title,
         print_finding(stream, fault.path, fault.text);
 }
 
-void print_record(std::ostream& stream, std::vector<RecordEntry> record) {
-    if (record.empty())
-        return;
-    std::stable_sort(record.begin(), record.end(),
-                     [](const auto& left, const auto& right) { return left.time < right.time; });
-    stream << "Products, by their last write:\n";
-    for (const RecordEntry& entry : record)
-        stream << "  " << iso_time(entry.time) << "  " << printable_text(entry.basecode) << '\n';
-}
-
 std::string counted(std::size_t count, const char* what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+// A dry run that would change nothing is no different from a repair.
+bool is_hypothetical(const RepairResult& repair) {
+    return !repair.is_applied && !repair.report.steps.empty();
+}
+
+void print_remaining(std::ostream& stream, const RepairResult& repair) {
+    const std::size_t count = repair.report.remaining.size();
+    const auto& actions = repair.advice.actions;
+    stream << counted(count, "problem")
+           << (is_hypothetical(repair) ? " would remain:"
+               : count == 1            ? " remains:"
+                                       : " remain:");
+    for (const std::string& action : actions)
+        stream << (actions.size() == 1 ? " " : "\n  ") << action;
+    stream << '\n';
 }
 
 } // namespace
 
 Style::Style() {
-    const char* const no_color = std::getenv("NO_COLOR");
-    colours_ = isatty(STDOUT_FILENO) == 1 && (no_color == nullptr || *no_color == '\0');
+    const std::string terminal = environment("TERM");
+    colours_ = isatty(STDOUT_FILENO) == 1 && environment("NO_COLOR").empty() && !terminal.empty() &&
+               terminal != "dumb";
 }
 
 std::string Style::in_colour(const char* code, std::string_view text) const {
@@ -76,6 +92,11 @@ void print_listing(std::ostream& stream, const Listing& listing) {
     print_table(stream, rows, 2);
 }
 
+void print_keys(std::ostream& stream, const Listing& listing) {
+    for (const auto& entry : listing.contents)
+        stream << printable_text(entry.key) << '\n';
+}
+
 void print_documents(std::ostream& stream,
                      const std::vector<install::tree::ListedDocument>& documents) {
     std::vector<std::vector<std::string>> rows;
@@ -87,13 +108,19 @@ void print_documents(std::ostream& stream,
 }
 
 void print_health(std::ostream& stream, const Health& health, const Style& style) {
-    print_record(stream, health.listing.record);
-    print_faults(stream, style.doubtful("Notes"), health.notes);
     print_faults(stream, style.bad("Problems"), health.problems);
+    print_faults(stream, style.doubtful("Notes"), health.notes);
     const std::string problems = counted(health.problems.size(), "problem");
-    stream << counted(health.listing.record.size(), "product") << ", "
-           << counted(health.documents, "XML file") << ", "
-           << (health.problems.empty() ? style.good(problems) : style.bad(problems)) << '\n';
+    stream << counted(health.listing.contents.size(), "product") << ", "
+           << counted(health.documents, "document") << ", "
+           << (health.problems.empty() ? style.good(problems) : style.bad(problems));
+    if (const std::size_t count = count_without_receipt(health.listing); count > 0)
+        stream << "; " << counted(count, "product") << (count == 1 ? " has" : " have")
+               << " no receipt: " << (count == 1 ? "its" : "their")
+               << " documents were not compared";
+    if (!health.is_complete)
+        stream << "; some of the tree could not be read";
+    stream << '\n';
 }
 
 void print_removal(std::ostream& stream, const Removal& removal) {
@@ -103,21 +130,25 @@ void print_removal(std::ostream& stream, const Removal& removal) {
             stream << ", and " << printable_text(*product.basecode) << " from the installed record";
         stream << ".\n";
     }
-    if (removal.done)
-        return;
-    for (const auto& step : removal.steps)
-        stream << "  " << name_of(step.kind) << ' ' << printable_text(step.path) << '\n';
+    for (const std::string& document : removal.documents)
+        stream << "  " << printable_text(document) << '\n';
 }
 
-void print_repair(std::ostream& stream, const install::tree::RepairReport& report, bool applied,
-                  const Style& style) {
+void print_repair(std::ostream& stream, const RepairResult& repair, const Style& style) {
+    const auto& report = repair.report;
     for (const auto& step : report.steps)
         print_finding(stream, step.path, step.text);
     print_faults(stream, style.doubtful("Notes"), report.notes);
+    print_faults(stream, style.bad(is_hypothetical(repair) ? "Problems then" : "Problems"),
+                 report.remaining);
     if (report.steps.empty())
-        stream << "Nothing to repair.\n";
-    else if (!applied)
-        stream << "Nothing was changed; run it again with --apply.\n";
+        stream << (report.remaining.empty() ? "Nothing to repair.\n"
+                                            : "Nothing can be repaired.\n");
+    else if (is_hypothetical(repair))
+        stream << "Nothing was changed; to do this, run: "
+               << command_line("repair", repair.root_argument) << " --apply\n";
+    if (!report.remaining.empty())
+        print_remaining(stream, repair);
 }
 
 void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths) {
@@ -125,7 +156,7 @@ void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths) {
         for (const std::string& key : keys)
             stream << printable_text(path) << ": " << printable_text(key) << '\n';
         if (keys.empty())
-            std::cerr << printable_text(path) << ": no product lists it\n";
+            std::cerr << "kxtree: " << printable_text(path) << ": no product lists it\n";
     }
 }
 

@@ -2,8 +2,8 @@
 
 #pragma once
 
+#include "advice.hpp"
 #include "install/tree/health.hpp"
-#include "install/tree/repair.hpp"
 #include "owners.hpp"
 #include "removal.hpp"
 
@@ -14,7 +14,7 @@
 
 namespace kxtree {
 
-/// Colours, where standard output is a terminal and the environment does not forbid them.
+/// Colours, where standard output is a terminal that has them, and nobody forbids them.
 class Style {
 public:
     Style();
@@ -31,12 +31,12 @@ private:
 
 /// Print to `stream`, without anything from a file that a terminal would obey.
 void print_listing(std::ostream& stream, const install::tree::Listing& listing);
+void print_keys(std::ostream& stream, const install::tree::Listing& listing);
 void print_documents(std::ostream& stream,
                      const std::vector<install::tree::ListedDocument>& documents);
 void print_health(std::ostream& stream, const install::tree::Health& health, const Style& style);
 void print_removal(std::ostream& stream, const Removal& removal);
-void print_repair(std::ostream& stream, const install::tree::RepairReport& report, bool applied,
-                  const Style& style);
+void print_repair(std::ostream& stream, const RepairResult& repair, const Style& style);
 
 /// The same; prints paths without an owner to standard error.
 void print_owners(std::ostream& stream, const std::vector<OwnedPath>& paths);

@@ -1,5 +1,7 @@
 #include "owners.hpp"
 
+#include "install/tree_names.hpp"
+
 #include <algorithm>
 #include <system_error>
 
@@ -40,7 +42,9 @@ Owners::Owners(const std::string& root, const install::tree::Listing& listing) {
         }
     const Path folder = absolute_path(root.empty() ? "." : root);
     places_.emplace_back(folder.lexically_normal(), "");
-    for (const char* const name : {"", "appdata", "appdata/products"})
+    namespace names = install::tree_names;
+    for (const std::string& name : {std::string(), std::string(names::appdata),
+                                    names::join(names::appdata, names::documents)})
         places_.emplace_back(canonical_path(folder / name), name);
 }
 

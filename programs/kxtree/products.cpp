@@ -33,13 +33,10 @@ std::vector<RecordEntry> unclaimed_record_of(const Listing& listing) {
     return unclaimed;
 }
 
-std::string full_key(const Listing& listing, const std::string& key) {
-    const auto exists = [&](const std::string& wanted) {
-        return std::ranges::binary_search(listing.contents, wanted, {},
-                                          &install::tree::ContentsEntry::key);
-    };
-    const std::string with_tag = key + " hostpf";
-    return !exists(key) && exists(with_tag) ? with_tag : key;
+std::size_t count_without_receipt(const Listing& listing) {
+    const auto products = products_of(listing);
+    return static_cast<std::size_t>(std::ranges::count_if(
+        products, [](const Product& product) { return product.receipt == nullptr; }));
 }
 
 } // namespace kxtree

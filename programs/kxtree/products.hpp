@@ -4,6 +4,7 @@
 
 #include "install/tree/install_tree.hpp"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,7 @@ struct Product {
 [[nodiscard]] std::vector<install::tree::RecordEntry>
 unclaimed_record_of(const install::tree::Listing& listing);
 
-/// Returns the key that a person means by `key`, who may have left out its tag: the very key if the
-/// contents map has it, or has none with the tag either.
-[[nodiscard]] std::string full_key(const install::tree::Listing& listing, const std::string& key);
+/// Returns the number of products that have no receipt.
+[[nodiscard]] std::size_t count_without_receipt(const install::tree::Listing& listing);
 
 } // namespace kxtree

@@ -1,60 +1,78 @@
 #include "commands.hpp"
 
-#include "fl/i18n/text_conversion.hpp"
+#include "failure.hpp"
 #include "install/tree/health.hpp"
 #include "install/tree/install_tree.hpp"
+#include "install/tree/printable_text.hpp"
+#include "interruption.hpp"
 #include "json_output.hpp"
+#include "keys.hpp"
 #include "output.hpp"
 #include "owners.hpp"
 #include "products.hpp"
 #include "progress_line.hpp"
+#include "root.hpp"
+#include "shell_text.hpp"
 
 #include <algorithm>
 #include <iostream>
 
 namespace kxtree {
 
-using fl::i18n::utf8_to_ustring;
 using install::tree::InstallTree;
 
 namespace {
 
 install::tree::Listing listing_of(const Request& request) {
-    return InstallTree(utf8_to_ustring(request.root)).list();
+    return InstallTree(Root(request.root).name()).list();
 }
 
+// Only the comparison of texts takes long enough to be interrupted.
 install::tree::Health health_of(const Request& request) {
+    if (request.contents)
+        note_interruptions();
     ProgressLine line; // erased before anything else is printed
     return install::tree::inspect(
-        utf8_to_ustring(request.root),
-        {.contents = request.contents,
-         .on_progress = [&](std::size_t done, std::size_t total) { line.show(done, total); }});
+        Root(request.root).name(),
+        {.contents = request.contents, .on_progress = [&](std::size_t done, std::size_t total) {
+             require_no_interruption();
+             line.show(done, total);
+         }});
 }
 
 } // namespace
 
-int list(const Request& request) {
+Result list(const Request& request) {
     const auto listing = listing_of(request);
     if (request.json)
         std::cout << listing_as_json(listing);
+    else if (request.keys)
+        print_keys(std::cout, listing);
     else
         print_listing(std::cout, listing);
-    return ok;
+    return {ok};
 }
 
-int files(const Request& request) {
-    const std::string key = full_key(listing_of(request), request.operands.front());
-    const auto documents = install::tree::documents_of(utf8_to_ustring(request.root), key);
+Result files(const Request& request) {
+    const Root root(request.root);
+    const auto listing = InstallTree(root.name()).list();
+    const Keys keys(root, listing, request.root);
+    const std::string key = keys.find(request.operands.front());
+    if (!keys.is_list(key))
+        throw Failure("the entry \"" + install::tree::printable_text(key) +
+                          "\" is not a list of documents",
+                      "to see what helps, run: " + command_line("repair", request.root));
+    const auto documents = install::tree::documents_of(root.name(), key);
     if (request.json)
         std::cout << documents_as_json(key, documents);
     else
         print_documents(std::cout, documents);
     const bool faulty = std::any_of(documents.begin(), documents.end(),
                                     [](const auto& document) { return document.fault; });
-    return faulty ? problems : ok;
+    return {faulty ? problems : ok};
 }
 
-int owner(const Request& request) {
+Result owner(const Request& request) {
     const Owners owners(request.root, listing_of(request));
     std::vector<OwnedPath> found;
     for (const std::string& path : request.operands)
@@ -65,16 +83,16 @@ int owner(const Request& request) {
         print_owners(std::cout, found);
     const bool all_owned = std::none_of(found.begin(), found.end(),
                                         [](const auto& path) { return path.keys.empty(); });
-    return all_owned ? ok : problems;
+    return {all_owned ? ok : problems};
 }
 
-int check(const Request& request) {
+Result check(const Request& request) {
     const auto health = health_of(request);
     if (request.json)
         std::cout << health_as_json(health);
     else
         print_health(std::cout, health, Style());
-    return health.problems.empty() ? ok : problems;
+    return {!health.is_complete ? failed : health.problems.empty() ? ok : problems};
 }
 
 } // namespace kxtree

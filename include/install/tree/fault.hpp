@@ -42,6 +42,10 @@ struct Fault {
 
     /// What was found: sentences in UTF-8, printable, possibly of several lines.
     std::string text;
+
+    /// The key in the contents map of the product whose entry or document it is about, in UTF-8;
+    /// empty where that is not known.
+    std::string product = {};
 };
 
 /// Returns the name of a kind, such as "missing" or "not_listed". The text is a string literal.

@@ -6,6 +6,7 @@
 #include "fl/export.hpp"
 #include "install/tree/change.hpp"
 #include "install/tree/fault.hpp"
+#include "install/tree/install_tree.hpp"
 #include "install/ustring.hpp"
 
 #include <string>
@@ -31,6 +32,7 @@ struct RepairReport {
     std::vector<RepairStep> steps; ///< none for a tree that needs no repair
     std::vector<Fault> notes;      ///< what it leaves as it is, and why
     std::vector<Fault> remaining;  ///< the problems that there are after it, as inspect finds them
+    Listing listing;               ///< the entries that there are after it
 };
 
 /// Repairs the tree at `installRoot` as one change, which is done as a whole or not at all. Then

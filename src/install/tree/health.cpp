@@ -40,6 +40,8 @@ public:
 
     Health run() {
         inspect_remains();
+        if (is_empty())
+            return std::move(health_);
         for (const SharedFile* const file : {&tree_.record, &tree_.contents, &tree_.receipts})
             if (file != &tree_.receipts || !file->is(SharedFile::State::missing))
                 inspect_shared_file(*file); // serialize leaves no receipts
@@ -57,12 +59,24 @@ public:
     }
 
 private:
-    void add_problem(Kind kind, const std::string& path, const std::string& text) {
-        health_.problems.push_back({kind, path, text});
+    void add_problem(Kind kind, const std::string& path, const std::string& text,
+                     const std::string& product = {}) {
+        health_.problems.push_back({kind, path, text, product});
     }
 
     void add_note(Kind kind, const std::string& path, const std::string& text) {
         health_.notes.push_back({kind, path, text});
+    }
+
+    // A first change that was cancelled leaves a tree without products, and nothing is missing
+    // there.
+    [[nodiscard]] bool is_empty() const {
+        const auto never_was = [&](const SharedFile& file) {
+            const std::string old = file.name() + std::string(tree_names::old_suffix);
+            return file.is(SharedFile::State::missing) && !tree_.view.status(old).is_there();
+        };
+        return documents_.files.empty() && documents_.faults.empty() && never_was(tree_.contents) &&
+               never_was(tree_.record) && never_was(tree_.receipts);
     }
 
     // A change that is under way holds the lock.
@@ -128,7 +142,7 @@ private:
         const bool is_entry = is_entry_key(key);
         if (is_entry && !paths)
             add_problem(Kind::no_list, tree_.contents.path(),
-                        "The entry " + in_quotes(key) + " is not a list of paths.");
+                        "The entry " + in_quotes(key) + " is not a list of paths.", key);
         if (!paths)
             return;
         for (const std::string& path : *paths)
@@ -145,12 +159,13 @@ private:
             if (is_entry)
                 add_problem(Kind::outside, tree_.contents.path(),
                             entry + in_quotes(path) +
-                                ", which is not in the directory of the documents.");
+                                ", which is not in the directory of the documents.",
+                            key);
             return;
         }
         if (is_entry && !name->starts_with(name_prefix(key)))
             add_problem(Kind::other_key, tree_.contents.path(),
-                        entry + in_quotes(path) + ", which has the key of another product.");
+                        entry + in_quotes(path) + ", which has the key of another product.", key);
         if (documents_.files.contains(*name))
             return;
         auto fault = fault_of_document(tree_.view, *name, nullptr, Comparison::size);
@@ -160,6 +175,7 @@ private:
             return;
         if (fault->kind == Kind::missing)
             fault->text += ' ' + entry + "it.";
+        fault->product = key;
         health_.problems.push_back(std::move(*fault));
     }
 
@@ -175,7 +191,8 @@ private:
             if (entry == nullptr)
                 add_problem(Kind::missing, tree_.record.path(),
                             "The product " + in_quotes(key) + " has no entry; its basecode is " +
-                                in_quotes(receipt->basecode) + '.');
+                                in_quotes(receipt->basecode) + '.',
+                            key);
             else if (const auto time = time_in(entry); time && *time < receipt->time)
                 add_note(Kind::old, tree_.record.path(),
                          "The entry " + in_quotes(receipt->basecode) +

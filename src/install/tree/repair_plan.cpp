@@ -102,7 +102,9 @@ public:
         for (SharedFile* const file : {&tree_.contents, &tree_.record, &tree_.receipts})
             if (file->is_edited())
                 file->require_round_trip();
-        plan_.report.remaining = inspect(tree_).problems;
+        Health health = inspect(tree_);
+        plan_.report.listing = std::move(health.listing);
+        plan_.report.remaining = std::move(health.problems);
         std::erase_if(plan_.report.remaining,
                       [](const Fault& fault) { return fault.kind == Fault::Kind::interrupted; });
     }
