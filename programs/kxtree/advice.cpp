@@ -97,6 +97,7 @@ Advice advice_on(const install::tree::RepairReport& report, const Root& root,
         advice.actions.push_back(action_on_unlisted(unlisted));
     advice.products.assign(products.begin(), products.end());
     std::vector<std::string> short_keys;
+    short_keys.reserve(products.size());
     for (const std::string& key : products)
         short_keys.push_back(short_key(report.listing, key));
     if (!products.empty())

@@ -105,7 +105,7 @@ private:
             owners_.of(file), [&](const std::string& owner) { return keys_.contains(owner); });
     }
 
-    // Those of former platforms and locales, which no entry lists any more. A tag has no space.
+    // Those of an earlier selection, which no entry lists any more. A tag has no space.
     void add_earlier_documents(const std::string& key) {
         const std::string first =
             root_.path_of(names::join(names::documents, "")) +
