@@ -37,8 +37,9 @@ install::tree::Options options_of(const Request& request) {
             .wait_at_most = request.wait_at_most};
 }
 
-std::vector<install::tree::InstalledProduct> products_of(const Request& request, const Root& root,
-                                                         const install::tree::Listing& listing) {
+std::vector<install::tree::InstalledProduct>
+requested_products(const Request& request, const Root& root,
+                   const install::tree::Listing& listing) {
     const Keys keys(root, listing, request.root);
     std::set<std::string> found; // one may be given with its tag and without
     std::vector<install::tree::InstalledProduct> products;
@@ -67,7 +68,7 @@ Result remove(const Request& request) {
     const Root root(request.root);
     InstallTree tree(root.name(), options_of(request));
     const auto listing = tree.list();
-    const auto products = products_of(request, root, listing);
+    const auto products = requested_products(request, root, listing);
     if (request.dry_run) {
         std::cout << text_of(expected_removal(root, listing, products), request.json);
         return {ok};
