@@ -47,11 +47,11 @@ public:
         restore_all([](bool is_document, bool /*is_new*/) { return !is_document; });
         restore_all([](bool is_document, bool is_new) { return is_document && is_new; });
         const auto& folders = manifest_.folders;
-        for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
-            if (!appdata_.status_or_nothing(*folder).is_there())
+        for (const std::string& folder : std::vector(folders.rbegin(), folders.rend())) {
+            if (!appdata_.status_or_nothing(folder).is_there())
                 continue;
-            appdata_.remove_empty_folder(*folder); // it stays if somebody has put something there
-            changed_.insert(parent_of(*folder));
+            appdata_.remove_empty_folder(folder); // it stays if somebody has put something there
+            changed_.insert(parent_of(folder));
         }
     }
 
