@@ -180,16 +180,6 @@ parse_result read_string_content(std::string& text, Iterator& pos, const Iterato
     return parse_ok;
 }
 
-// Reads a quoted text into `text`, which a failure leaves with a part of it.
-parse_result read_quoted(std::string& text, Iterator& pos, const Iterator& end) {
-    if (pos == end)
-        return parse_end_of_input;
-    if (*pos != '"')
-        return parse_no_opening_quote;
-    ++pos;
-    return read_string_content(text, pos, end);
-}
-
 } // namespace
 
 parse_result read_string_element(std::string& text, Iterator& pos, const Iterator& end) {
@@ -206,6 +196,15 @@ parse_result read_string_element(std::string& text, Iterator& pos, const Iterato
     text += *pos;
     ++pos;
     return parse_ok;
+}
+
+parse_result read_quoted(std::string& text, Iterator& pos, const Iterator& end) {
+    if (pos == end)
+        return parse_end_of_input;
+    if (*pos != '"')
+        return parse_no_opening_quote;
+    ++pos;
+    return read_string_content(text, pos, end);
 }
 
 parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
