@@ -4,10 +4,9 @@
 
 #include <utf8.h>
 
-#include <array>
-#include <cstdint>
-#include <cstring>
-#include <string_view>
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 
 namespace fl::i18n {
 
@@ -26,115 +25,73 @@ bool is_ascii(char16_t unit) {
     return unit < 0x80;
 }
 
-// Returns the character that the next three bytes encode; zero if they encode none. Chinese texts
-// consist of such characters, and take three times as long with utf8cpp alone.
-char16_t character_of_three_bytes(const char* in, const char* end) {
-    const auto is_trail = [](char byte) { return (byte & 0xC0) == 0x80; };
-    if (end - in < 3 || (*in & 0xF0) != 0xE0 || !is_trail(in[1]) || !is_trail(in[2]))
-        return 0;
-    const int character = (*in & 0xF) << 12 | (in[1] & 0x3F) << 6 | (in[2] & 0x3F);
-    const bool encodes_one = character >= 0x800 && !is_surrogate(static_cast<char32_t>(character));
-    return static_cast<char16_t>(encodes_one ? character : 0);
-}
-
-template <class From, class To>
-void copy_each_ascii(const From*& in, const From* end, To*& out) {
-    while (in != end && is_ascii(*in))
-        *out++ = static_cast<To>(*in++);
-}
-
-// Copies the ASCII characters that a text begins with, and moves both positions past them. Most
-// texts of an installer are nothing else, so that whole blocks are looked at and copied at once;
-// but only after some single ones, as there are also texts with many short runs.
-template <class From, class To>
-void copy_ascii(const From*& in, const From* end, To*& out) {
-    constexpr std::ptrdiff_t few = 8;
+// Returns the end of the ASCII characters that a text begins with. Most texts of an installer are
+// nothing else, so that whole blocks are looked at at once.
+template <class Unit>
+const Unit* end_of_ascii(const Unit* first, const Unit* last) {
     constexpr std::ptrdiff_t block = 32;
-    const From* const near = end - in > few ? in + few : end;
-    copy_each_ascii(in, near, out);
-    if (in != near)
-        return;
-    while (end - in >= block) {
-        std::array<From, block> units; // apart from the text, which the output could overlap
-        std::array<To, block> copied;
-        std::memcpy(units.data(), in, sizeof units);
-        From united = 0;
-        for (const From unit : units)
-            united = static_cast<From>(united | unit);
+    for (; last - first >= block; first += block) {
+        Unit united = 0;
+        for (std::ptrdiff_t index = 0; index < block; ++index)
+            united = static_cast<Unit>(united | first[index]);
         if (!is_ascii(united))
             break;
-        for (std::size_t index = 0; index < units.size(); ++index)
-            copied[index] = static_cast<To>(units[index]);
-        std::memcpy(out, copied.data(), sizeof copied);
-        in += block;
-        out += block;
     }
-    copy_each_ascii(in, end, out);
+    return std::find_if_not(first, last, [](Unit unit) { return is_ascii(unit); });
 }
 
-// Returns the bytes that a well-formed text takes in UTF-8, and at least those of what comes before
-// a fault.
-std::size_t size_in_utf8(const ustring& text) {
-    constexpr std::size_t block = 1U << 14U; // whose sum fits into 16 bits, which adds faster
-    std::size_t size = text.size();
-    for (std::size_t begin = 0; begin < text.size(); begin += block) {
-        const std::u16string_view units = std::u16string_view(text).substr(begin, block);
-        std::uint16_t more = 0; // each half of a pair stands for two of its four bytes
-        for (const char16_t unit : units) {
-            more = static_cast<std::uint16_t>(more + (unit >= 0x80));
-            more = static_cast<std::uint16_t>(more + (unit >= 0x800 && !is_surrogate(unit)));
-        }
-        size += more;
+// Appends the ASCII characters that a text begins with, and moves `in` past them.
+template <class Unit, class Text>
+void append_ascii(Text& text, const Unit*& in, const Unit* end) {
+    const Unit* const ascii_end = end_of_ascii(in, end);
+    const std::size_t size = text.size();
+    text.resize(size + static_cast<std::size_t>(ascii_end - in));
+    std::copy(in, ascii_end, text.data() + size);
+    in = ascii_end;
+}
+
+void append_utf16(ustring& text, char32_t character) {
+    if (character >= 0x10000) {
+        text += static_cast<char16_t>(0xD7C0U + (character >> 10U));
+        text += static_cast<char16_t>(0xDC00U | (character & 0x3FFU));
+    } else {
+        text += static_cast<char16_t>(character);
     }
-    return size;
 }
 
 } // namespace
 
 std::string ustring_to_utf8(const ustring& text) {
-    std::string result(size_in_utf8(text), '\0');
+    std::string result;
+    result.reserve(text.size());
     const char16_t* in = text.data();
     const char16_t* const end = in + text.size();
-    char* out = result.data();
     while (in != end) {
-        copy_ascii(in, end, out);
+        append_ascii(result, in, end);
         while (in != end && !is_ascii(*in)) {
             const char32_t character = next_character(in, end);
             if (is_surrogate(character))
                 throw conversion_error("UTF-16", static_cast<std::size_t>(in - 1 - text.data()));
-            out = utf8::unchecked::append(character, out);
+            utf8::unchecked::append(character, std::back_inserter(result));
         }
     }
     return result;
 }
 
 ustring utf8_to_ustring(const std::string& text) {
-    ustring result(text.size(), u'\0');
+    ustring result;
+    result.reserve(text.size());
     const char* in = text.data();
     const char* const end = in + text.size();
-    char16_t* out = result.data();
     try {
         while (in != end) {
-            copy_ascii(in, end, out);
-            while (in != end && !is_ascii(*in)) {
-                if (const char16_t unit = character_of_three_bytes(in, end)) {
-                    *out++ = unit;
-                    in += 3;
-                    continue;
-                }
-                const char32_t character = utf8::next(in, end);
-                if (character >= 0x10000) {
-                    *out++ = static_cast<char16_t>(0xD7C0U + (character >> 10U));
-                    *out++ = static_cast<char16_t>(0xDC00U | (character & 0x3FFU));
-                } else {
-                    *out++ = static_cast<char16_t>(character);
-                }
-            }
+            append_ascii(result, in, end);
+            while (in != end && !is_ascii(*in))
+                append_utf16(result, utf8::next(in, end));
         }
     } catch (const utf8::exception&) {
         throw conversion_error("UTF-8", static_cast<std::size_t>(in - text.data()));
     }
-    result.resize(static_cast<std::size_t>(out - result.data()));
     return result;
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 // Reads a key, the colon after it, and the whitespace before the value.
 parse_result read_key(std::string& key, Iterator& pos, const Iterator& end, bool allow_comments) {
-    if (const parse_result result = read_string(key, pos, end, allow_comments); result != parse_ok)
+    if (const parse_result result = read_quoted(key, pos, end); result != parse_ok)
         return result;
     skip_whitespace(pos, end, allow_comments);
     if (pos == end)

@@ -62,6 +62,9 @@ inline void store_value(Value& target, Value& source) noexcept {
 [[nodiscard]] parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
                                        bool allow_comments);
 
+// The same, into an empty string of the caller's own: a failure leaves a part of the text in it.
+[[nodiscard]] parse_result read_quoted(std::string& text, Iterator& pos, const Iterator& end);
+
 // Reads one plain byte or one escape, and appends what it stands for to `text`. At the closing
 // quote the result is parse_string_end. `pos` moves on success only.
 [[nodiscard]] parse_result read_string_element(std::string& text, Iterator& pos,

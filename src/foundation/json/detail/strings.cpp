@@ -91,6 +91,11 @@ parse_result read_unicode_escape(Output& out, Iterator& pos, const Iterator& end
         return parse_end_of_input;
     if (const parse_result result = read_utf16_unit(units[0], pos + 2); result != parse_ok)
         return result;
+    if (!fl::i18n::is_surrogate(units[0])) { // as nearly all are
+        out.put(char32_t(units[0]));
+        pos += unicode_escape_length;
+        return parse_ok;
+    }
     if (fl::i18n::is_high_surrogate(units[0])) {
         const Iterator second = pos + unicode_escape_length;
         if (end - second < unicode_escape_length)
@@ -106,28 +111,18 @@ parse_result read_unicode_escape(Output& out, Iterator& pos, const Iterator& end
     return parse_ok;
 }
 
-// Returns the byte that the letter after a backslash stands for, and 0 if it is not an escape
-// letter.
-constexpr char escaped_byte(char letter) {
-    switch (letter) {
-    case '"':
-    case '/':
-    case '\\':
-        return letter;
-    case 'b':
-        return '\b';
-    case 'f':
-        return '\f';
-    case 'n':
-        return '\n';
-    case 'r':
-        return '\r';
-    case 't':
-        return '\t';
-    default:
-        return 0;
-    }
-}
+// The byte that each letter after a backslash stands for, and 0 if it is not an escape letter.
+constexpr auto escaped_bytes = [] {
+    std::array<char, 256> bytes = {};
+    for (const char letter : {'"', '/', '\\'})
+        bytes[static_cast<unsigned char>(letter)] = letter;
+    bytes['b'] = '\b';
+    bytes['f'] = '\f';
+    bytes['n'] = '\n';
+    bytes['r'] = '\r';
+    bytes['t'] = '\t';
+    return bytes;
+}();
 
 // Reads the escape whose backslash is at `pos`, and writes to `out`, which has room for as many
 // bytes as the escape has. `pos` moves, and anything is written, on success only.
@@ -137,7 +132,7 @@ parse_result read_escape(Output& out, Iterator& pos, const Iterator& end) {
         return parse_end_of_input;
     if (*letter == 'u')
         return read_unicode_escape(out, pos, end);
-    const char byte = escaped_byte(*letter);
+    const char byte = escaped_bytes[static_cast<unsigned char>(*letter)];
     if (byte == 0)
         return parse_bad_escape;
     out.put(byte);
@@ -203,23 +198,27 @@ parse_result read_string_element(std::string& text, Iterator& pos, const Iterato
     return parse_ok;
 }
 
-parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
-                         bool /*allow_comments*/) {
+parse_result read_quoted(std::string& text, Iterator& pos, const Iterator& end) {
     if (pos == end)
         return parse_end_of_input;
     if (*pos != '"')
         return parse_no_opening_quote;
     ++pos;
+    return read_string_content(text, pos, end);
+}
+
+parse_result read_string(std::string& out, Iterator& pos, const Iterator& end,
+                         bool /*allow_comments*/) {
     std::string text;
-    const parse_result result = read_string_content(text, pos, end);
+    const parse_result result = read_quoted(text, pos, end);
     if (result == parse_ok)
         out.swap(text);
     return result;
 }
 
-parse_result parse_string(Value& out, Iterator& pos, const Iterator& end, bool allow_comments) {
+parse_result parse_string(Value& out, Iterator& pos, const Iterator& end, bool /*allow_comments*/) {
     std::string text;
-    const parse_result result = read_string(text, pos, end, allow_comments);
+    const parse_result result = read_quoted(text, pos, end);
     if (result == parse_ok) {
         Value value(std::move(text));
         store_value(out, value);
