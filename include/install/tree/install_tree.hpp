@@ -88,7 +88,7 @@ public:
 
     /// Makes a change, all of it or nothing.
     ///
-    /// Removes the entries of `change.remove`, and of their documents, listed or of former
+    /// Removes the entries of `change.remove`, and of their documents, listed or of earlier
     /// selections, those in the directory of the documents that no entry lists afterwards. Throws
     /// tree_error if an entry does not exist.
     ///
