@@ -401,16 +401,14 @@ void Directory::write_new(const std::string& name, std::string_view bytes, const
         throw tree_error("write", path, last_error());
 }
 
-bool Directory::link_or_copy(const std::string& name, const Directory& other,
+void Directory::link_or_copy(const std::string& name, const Directory& other,
                              const std::string& other_name, const FileStatus* folders_like) const {
     other.make_folders(parent_of(other_name), folders_like);
     const Place from = place_of(name, "copy");
     const Place to = other.place_of(other_name, "create");
     // File systems without links, and rights that forbid one, say so in many ways.
-    const bool is_linked = linkat(from.folder, from.name, to.folder, to.name, 0) == 0;
-    if (!is_linked)
+    if (linkat(from.folder, from.name, to.folder, to.name, 0) != 0)
         copy(name, other, other_name);
-    return is_linked;
 }
 
 void Directory::copy(const std::string& name, const Directory& other,
@@ -424,6 +422,7 @@ void Directory::copy(const std::string& name, const Directory& other,
     }
     const std::string bytes = read_all(open_file(name).number(), found.size, path_of(name));
     other.write_new(other_name, bytes, &found, true);
+    static_cast<void>(other.flush_file(other_name));
 }
 
 void Directory::rename(const std::string& name, const Directory& other,

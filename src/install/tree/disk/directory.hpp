@@ -117,11 +117,10 @@ public:
     void write_new(const std::string& name, std::string_view bytes, const FileStatus* like,
                    bool starts_writing) const;
     // Makes `other_name` in `other` another name of the file or link `name`, and creates the
-    // folders of `other_name` as make_folders does. Where no other name can be, makes it a copy
-    // with the permissions of the file and, where that is allowed, its owner and its group, and
-    // returns false. If `other` is this directory, both names are in one folder of it; so are those
-    // of `rename`.
-    bool link_or_copy(const std::string& name, const Directory& other,
+    // folders of `other_name` as make_folders does. Where no other name can be, makes it a durable
+    // copy with the permissions of the file and, where that is allowed, its owner and its group. If
+    // `other` is this directory, both names are in one folder of it; so are those of `rename`.
+    void link_or_copy(const std::string& name, const Directory& other,
                       const std::string& other_name, const FileStatus* folders_like) const;
     void rename(const std::string& name, const Directory& other,
                 const std::string& other_name) const;

@@ -89,7 +89,7 @@ void Journal::stage_new(FileRecord file, std::string_view bytes) {
                                                              : nullptr;
     files_.make_folders(parent_of(file.name), &staging_.like); // a new one moves as a whole
     files_.write_new(file.name, bytes, like, is_durable_ && manifest_.entries.size() < few_files);
-    manifest_.entries.push_back({kind_of(old), std::move(file)});
+    manifest_.entries.push_back({kind_of(old), std::move(file), false});
     progress_.step();
 }
 
@@ -113,7 +113,7 @@ void Journal::replace_own(const std::string& name, std::string_view bytes) {
 void Journal::keep_copy(const std::string& name, const std::string& copy) {
     const FileStatus old = stage_old(copy);
     appdata_.link_or_copy(name, files_, copy, &staging_.like);
-    manifest_.entries.push_back({kind_of(old), {copy, 0, std::nullopt}});
+    manifest_.entries.push_back({kind_of(old), {copy, 0, std::nullopt}, true});
     progress_.step();
 }
 
@@ -122,7 +122,7 @@ void Journal::remove(const std::string& name) {
     if (!found.is_there() || found.type == Type::directory)
         return;
     appdata_.link_or_copy(name, old_, name, &staging_.like);
-    manifest_.entries.push_back({StepKind::remove, {name, 0, std::nullopt}});
+    manifest_.entries.push_back({StepKind::remove, {name, 0, std::nullopt}, false});
     progress_.step();
 }
 
@@ -160,7 +160,7 @@ void Journal::flush() {
 bool Journal::flush_one_by_one() {
     bool is_done = staging_.directory.flush_file(journal_names::manifest);
     for (const Entry& entry : manifest_.entries) {
-        if (entry.kind != StepKind::remove)
+        if (entry.kind != StepKind::remove && !entry.is_other_name)
             is_done = files_.flush_file(entry.file.name) && is_done;
         if (entry.kind != StepKind::create)
             is_done = old_.flush_file(entry.file.name) && is_done;

@@ -62,7 +62,7 @@ Manifest manifest_in(const ValueMap& members) {
             if (!file)
                 throw Damaged();
             require_safe(file->name);
-            manifest.entries.push_back({kind, std::move(*file)});
+            manifest.entries.push_back({kind, std::move(*file), false});
         });
     read_list(members, folders_key, all, [&](const std::string& name) {
         require_safe(name);

@@ -26,6 +26,8 @@ struct Manifest {
         // Of the new file. There is no digest of a removed one, nor of those that nobody but this
         // library writes.
         FileRecord file;
+        // Not part of the text: whether it is another name of a file that is kept anyway.
+        bool is_other_name = false;
     };
 
     // Returns the manifest as the text of a JSON object.

@@ -147,8 +147,7 @@ private:
 
     void put_back(const std::string& name) {
         journal_.remove(journal_names::restored); // which kept the room for it
-        if (!old_.link_or_copy(name, journal_, journal_names::restored, nullptr))
-            static_cast<void>(journal_.flush_file(journal_names::restored));
+        old_.link_or_copy(name, journal_, journal_names::restored, nullptr);
         appdata_.make_folders(parent_of(name));
         journal_.rename(journal_names::restored, appdata_, name);
     }
