@@ -6,6 +6,7 @@
 
 #include "raw_file.hpp"
 
+#include "install/tree/health.hpp"
 #include "install/tree/install_tree.hpp"
 
 #include <benchmark/benchmark.h>
@@ -16,6 +17,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -205,6 +207,29 @@ void by_command(benchmark::State& state, const char* prepare, const char* comman
     }
 }
 
+// Takes the time of `check_tree` on a tree of all products.
+template <class Check>
+void check(benchmark::State& state, const Check& check_tree) {
+    const Tree tree(present_products);
+    for ([[maybe_unused]] auto _ : state)
+        check_tree(tree);
+}
+
+void inspect_list(const Tree& tree) {
+    benchmark::DoNotOptimize(install::tree::inspect(tree.root()));
+}
+
+void inspect_contents(const Tree& tree) {
+    benchmark::DoNotOptimize(install::tree::inspect(tree.root(), {.contents = true}));
+}
+
+// What one would do without receipts: compare digests that somebody has kept.
+void digest_all(const Tree& tree) {
+    const std::string command = "find '" + tree.path().string() + "' -type f -exec sha256sum {} +";
+    if (std::system((command + " >/dev/null").c_str()) != 0)
+        throw std::runtime_error(command);
+}
+
 void each_size(benchmark::internal::Benchmark* benchmark) {
     for (const std::int64_t present : {std::int64_t(0), std::int64_t(present_products)})
         for (const std::int64_t count : {1, 1000, 10000})
@@ -249,5 +274,17 @@ BENCHMARK_CAPTURE(by_command, ostree,
 BENCHMARK_CAPTURE(run, serialize, write_one_by_one)
     ->Name("tree_serialize")
     ->Apply(up_to_each_size_once);
+BENCHMARK_CAPTURE(check, list, inspect_list)
+    ->Name("check_list/10000")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(check, contents, inspect_contents)
+    ->Name("check_contents/10000")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(check, sha256sum, digest_all)
+    ->Name("check_sha256sum/10000")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
