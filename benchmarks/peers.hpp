@@ -63,7 +63,7 @@ struct RapidJson {
         for (const std::string& path : paths)
             list.PushBack(rapidjson::Value(path, allocator), allocator);
         const auto member = tree.FindMember(key);
-        if (member != tree.MemberEnd())
+        if (member < tree.MemberEnd()) // their != is ambiguous in C++20, as clang++ warns
             member->value = list;
         else
             tree.AddMember(rapidjson::Value(key, allocator), list, allocator);
