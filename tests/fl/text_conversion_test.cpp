@@ -37,7 +37,7 @@ TEST(TextConversion, IsStrictAndLosesNothing) {
 }
 
 // Characters of every length at each place around the end of a block: of ASCII, which is copied as
-// a whole, and of the units whose sizes are added up together.
+// a whole.
 TEST(TextConversion, SplitsNoCharacterWhereABlockEnds) {
     for (const std::string character : {"\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"})
         for (std::size_t before = 0; before < 16400; before += before == 100 ? 16270 : 1) {
