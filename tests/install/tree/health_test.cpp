@@ -3,7 +3,6 @@
 #include "install/tree/health.hpp"
 
 #include "install/tree/printable_text.hpp"
-#include "support/failing_allocation.hpp"
 #include "support/table.hpp"
 #include "support/trees.hpp"
 
@@ -43,26 +42,6 @@ TEST(Health, IsAsTheTableSays) {
                 << found[index];
         }
     }
-}
-
-// Exhausted memory is no fault of the tree.
-TEST(Health, IsNotThatOfTheMemory) {
-    const TemporaryDirectory tree;
-    InstallTree(tree.upath()).write({selection(u"A"), selection(u"B")});
-    const int failures = fail_each_allocation(
-        [] { return std::string(); },
-        [&](std::string& found) {
-            try {
-                found = kinds_of(inspect(tree.upath(), {.contents = true}).problems) + "none";
-            } catch (const tree_error& error) {
-                found = error.what();
-            }
-        },
-        [&](const std::string& found) {
-            EXPECT_TRUE(found.empty() || found == "none" || found.ends_with(": not enough memory"))
-                << found;
-        });
-    EXPECT_GT(failures, 100);
 }
 
 TEST(PrintableText, HasNothingThatATerminalObeys) {

@@ -312,14 +312,4 @@ TEST(TwoInstallers, WaitForAReaderUntilTheObserverEndsIt) {
     close(reader);
 }
 
-// A tree that others may write to does not make this user touch files elsewhere.
-TEST(TwoInstallers, FollowNoLinkOfTheOther) {
-    const TemporaryDirectory directory;
-    InstallTree tree(directory.upath());
-    tree.write({selection(u"A")});
-    fs::create_directory_symlink("../..", directory.path(products + "ln"));
-    EXPECT_THROW(tree.write({selection(u"ln/new")}), tree_error);
-    EXPECT_FALSE(fs::exists(directory.path("new 1 en.xml")));
-}
-
 } // namespace

@@ -10,9 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ostream>
 #include <random>
-#include <regex>
 
 namespace {
 
@@ -31,7 +29,6 @@ protected:
                 tree_.write(products + letter + " 1 " + tag + ".xml", "<a/>");
         tree_.write(contents_map, map_);
         tree_.write(installed_record, record_);
-        tree_.write(installed_record + ".old", R"({"A":1,"B":2,"C":0})");
     }
 
     static std::string entry(const std::string& letter) {
@@ -56,14 +53,6 @@ TEST_F(Repaired, FromAFileTruncatedAtAnyByte) {
         std::filesystem::remove(tree_.path(contents_map + ".damaged"));
         EXPECT_TRUE(repair(tree_.upath()).steps.empty());
     }
-    for (std::size_t size = 0; size < record_.size(); ++size) {
-        SCOPED_TRACE(size);
-        tree_.write(installed_record, record_.substr(0, size));
-        repair(tree_.upath(), RepairMode::apply);
-        EXPECT_EQ(tree_.content(installed_record), size < 8    ? R"({"A":1,"B":2,"C":0})"
-                                                   : size < 15 ? R"({"A":10,"B":2,"C":0})"
-                                                               : R"({"A":10,"B":20,"C":0})");
-    }
 }
 
 TEST_F(Repaired, WithWhatIsLeft) {
@@ -84,63 +73,6 @@ TEST_F(Repaired, WithWhatIsLeft) {
         tree_.write(contents_map, damaged);
         repair(tree_.upath(), RepairMode::apply);
         EXPECT_EQ(tree_.content(contents_map), expected);
-    }
-}
-
-std::string six_times(const std::string& text) {
-    return text + text + text + text + text + text;
-}
-
-// The removed product stays away, unless its documents are there, and whatever a receipt knows
-// comes back.
-TEST(RepairedFromReceipts, IsWhatIsKnown) {
-    struct Row {
-        const char* damage;
-        std::vector<std::string> gone;
-        std::map<std::string, std::string> written;
-        std::string keys;
-        std::string left; // problems and notes
-    };
-    const std::string others = "a 1 1 hostpf|a 1 hostpf|";
-    const std::string all = "B 1 hostpf|" + others;
-    const std::string b = products + "B 1 ";
-    const std::vector<std::string> both = {b + "hostpf.xml", b + "en.xml"};
-    const std::string gone = products + "gone 1 ";
-    const std::map<std::string, std::string> removed = {
-        {gone + "hostpf.xml", ""},
-        {contents_map + ".old", R"({"gone 1 hostpf":["appdata/products/gone 1 hostpf.xml"]})"}};
-    const std::vector<Row> rows = {
-        {"a whole map", {}, {{contents_map, "{}"}}, "", six_times("not_listed ") + "|"},
-        {"an empty map", {}, {{contents_map, ""}}, all, "|"},
-        {"no map", {contents_map}, {}, all, "|"},
-        {"the map that had it", {contents_map}, removed, all + "gone 1 hostpf|", "|empty "},
-        {"without a receipt", {}, {{gone + "en.xml", "x"}}, all, "not_listed |"},
-        {"all documents, and the map", both, {{contents_map, ""}}, all, "missing missing |"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.damage);
-        const TemporaryDirectory directory;
-        InstallTree tree(directory.upath() + u"/");
-        auto former = selection(u"gone");
-        former.platforms = {"hostpf", "en"};
-        tree.write({selection(u"a"), selection(u"a 1"), selection(u"B"), former});
-        tree.write({selection(u"gone")});
-        tree.remove({{"gone 1 hostpf", {}}});
-        for (const std::string& name : row.gone)
-            fs::remove(directory.path(name));
-        for (const auto& [name, text] : row.written)
-            directory.write(name, text);
-        const auto report = repair(directory.upath(), RepairMode::apply);
-        std::string keys;
-        for (const auto& entry : tree.list().contents) {
-            keys += entry.key + '|';
-            EXPECT_EQ(entry.paths.at(0).front(), 'a'); // as the root had a separator at its end
-        }
-        EXPECT_EQ(keys, row.keys);
-        const Health health = inspect(directory.upath());
-        EXPECT_EQ(kinds_of(health.problems) + '|' + kinds_of(report.notes) + kinds_of(health.notes),
-                  row.left);
-        EXPECT_TRUE(repair(directory.upath()).steps.empty());
     }
 }
 
@@ -169,126 +101,6 @@ TEST(RepairedFromReceipts, IsOfTheLastWrite) {
         EXPECT_EQ(files_of(directory)[installed_record],
                   is_from_receipt ? R"({"A":NOW,"B":NOW,"x":null})"
                                   : R"({"A":4000000000000,"B":NOW,"x":null})");
-    }
-}
-
-// A tree of A and B, of C, which was written last, and of S, which only serialize wrote.
-class Proved : public testing::Test {
-protected:
-    Proved() {
-        InstallTree tree(tree_.upath());
-        tree.write({selection(u"A"), selection(u"B")});
-        const auto serialized = selection(u"S");
-        serialized.product->serialize(tree_.upath(), {"hostpf"}, "en");
-        tree.write({selection(u"C")});
-        map_ = tree_.content(contents_map);
-        record_ = tree_.content(installed_record);
-    }
-
-    struct Outcome {
-        std::string keys;      // of products, with a space after each
-        std::string remaining; // kinds of problems
-        bool operator==(const Outcome&) const = default;
-        friend std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
-            return stream << outcome.keys << "| " << outcome.remaining;
-        }
-    };
-
-    // What a repair says beforehand is what is left then, and a second one does nothing.
-    Outcome repaired() const {
-        const RepairReport planned = repair(tree_.upath());
-        const RepairReport done = repair(tree_.upath(), RepairMode::apply);
-        EXPECT_EQ(planned.steps.size(), done.steps.size());
-        EXPECT_EQ(kinds_of(planned.remaining), kinds_of(done.remaining));
-        EXPECT_EQ(kinds_of(done.remaining),
-                  kinds_of(inspect(tree_.upath(), {.contents = false}).problems));
-        EXPECT_TRUE(repair(tree_.upath()).steps.empty());
-        std::string keys;
-        for (const auto& entry : InstallTree(tree_.upath()).list().contents)
-            keys += entry.key.substr(0, 1) + ' ';
-        return {keys, kinds_of(done.remaining)};
-    }
-
-    TemporaryDirectory tree_;
-    std::string map_;
-    std::string record_;
-};
-
-TEST_F(Proved, WhatSerializeWroteAloneComesFromTheLastGoodVersion) {
-    tree_.write(contents_map, "");
-    EXPECT_EQ(repaired(), (Outcome{"A B C S ", ""}));
-}
-
-TEST_F(Proved, ReceiptsOfAnotherTreeProveNothing) {
-    tree_.write(contents_map, "");
-    const TemporaryDirectory other;
-    InstallTree(other.upath()).write({selection(u"X")});
-    tree_.write(receipts, other.content(receipts));
-    EXPECT_EQ(repaired(), (Outcome{"A B S ", "not_listed not_listed "})); // C was not in .old yet
-}
-
-TEST_F(Proved, AnEntryThatBothWholeFilesLackIsNotInvented) {
-    tree_.write(products + "D 1 en.xml", "<d/>");
-    EXPECT_EQ(repaired(), (Outcome{"A B C S ", "not_listed "}));
-}
-
-TEST_F(Proved, ReceiptsThatTheDocumentsContradictStayLost) {
-    InstallTree(tree_.upath()).write({selection(u"A", u"<new/>")});
-    tree_.write(receipts, "{");
-    tree_.write(installed_record, "{");
-    fs::remove(tree_.path(products + "B 1 en.xml"));
-    EXPECT_EQ(repaired(), (Outcome{"A B C S ", "missing "}));
-    std::string keys;
-    for (const Receipt& receipt : InstallTree(tree_.upath()).list().receipts)
-        keys += receipt.key.substr(0, 1);
-    EXPECT_EQ(keys, "BC"); // a missing document is no reason to lose the receipt of the others
-}
-
-TEST_F(Proved, WithoutTheDirectoryOfTheDocumentsNothingIs) {
-    tree_.write(contents_map, "");
-    fs::rename(tree_.path(products), tree_.path("elsewhere"));
-    EXPECT_THROW(repair(tree_.upath()), tree_error);
-}
-
-TEST_F(Proved, FilesInEachOthersPlaceAreSwappedBack) {
-    tree_.write(contents_map, record_);
-    tree_.write(installed_record, map_);
-    EXPECT_EQ(kinds_of(inspect(tree_.upath()).problems), "swapped ");
-    EXPECT_EQ(repaired(), (Outcome{"A B C S ", ""}));
-    EXPECT_EQ(tree_.content(contents_map), map_);
-    EXPECT_EQ(tree_.content(installed_record), record_);
-}
-
-TEST_F(Proved, TimesThatAreNoneComeFromReceipts) {
-    const std::regex times("\"(A|S)\":[0-9]+");
-    tree_.write(installed_record, std::regex_replace(record_, times, "\"$1\":\"yesterday\""));
-    EXPECT_EQ(repaired(), (Outcome{"A B C S ", "no_time "})); // S has no receipt
-    EXPECT_EQ(InstallTree(tree_.upath()).list().record.size(), 3U);
-}
-
-TEST_F(Proved, OddRecordsAndTextsAreNamed) {
-    struct Row {
-        std::string name, text, problems, notes;
-    };
-    const std::string latin1 = map_.substr(0, map_.size() - 1) +
-                               ",\"\xF6 1 hostpf\":[\"/appdata/products/\xF6 1 hostpf.xml\"]}";
-    const auto entry = [&](const char* replacement) {
-        return std::regex_replace(record_, std::regex("\"B\":[0-9]+,"), replacement);
-    };
-    tree_.write(products + "\u00F6 1 hostpf.xml", "<a/>");
-    const Row rows[] = {
-        {installed_record, entry(R"("B":5,)"), "not_listed ", "old "},
-        {installed_record, entry(""), "missing not_listed ", ""},
-        {installed_record, entry(R"("B":5,"B":6,)"), "not_listed ", "repeated_key old "},
-        {contents_map, latin1, "not_utf8 ", ""},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.text);
-        const auto copy = copy_of(tree_);
-        copy->write(row.name, row.text);
-        const Health health = inspect(copy->upath());
-        EXPECT_EQ(kinds_of(health.problems), row.problems);
-        EXPECT_EQ(kinds_of(health.notes), row.notes);
     }
 }
 
