@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 namespace {
 
 using namespace install::tree;
@@ -158,23 +156,6 @@ TEST(Receipts, SayWhatIsDifferent) {
     fs::permissions(directory.path(products + "C 1 en.xml"), fs::perms(0600));
     EXPECT_EQ(found(false), "empty different |empty fewer_readers ");
     EXPECT_EQ(found(true), "different empty different |empty fewer_readers ");
-    struct Document {
-        std::uint64_t size;
-        bool has_receipt;
-        std::optional<Fault::Kind> fault;
-        bool operator==(const Document&) const = default;
-    };
-    const auto documents = [&](const char* key) {
-        std::vector<Document> all;
-        for (const ListedDocument& each : documents_of(directory.upath(), key))
-            all.push_back({each.size, each.has_receipt,
-                           each.fault ? std::optional(each.fault->kind) : std::nullopt});
-        return all;
-    };
-    const std::vector<Document> of_a = {{4, true, {}}, {10, true, Fault::Kind::different}};
-    const std::vector<Document> of_d = {{0, false, {}}, {6, false, {}}}; // by serialize
-    EXPECT_TRUE(documents("A 1 hostpf") == of_a);
-    EXPECT_TRUE(documents("D 1 hostpf") == of_d);
     EXPECT_THROW(static_cast<void>(documents_of(directory.upath(), "E 1 hostpf")), tree_error);
     directory.write(contents_map,
                     R"({"x":["/appdata/products/none","/appdata/products/A 1 en.xml/x",)"

@@ -128,6 +128,8 @@ TEST(FailedLook, FailsTheWholeChange) {
                 was_reached = failing.was_reached();
                 EXPECT_FALSE(fs::exists(tree.path(products + "A 1 en.xml")));
                 EXPECT_FALSE(fs::exists(tree.path(products + "A 1 hostpf.xml")));
+                EXPECT_FALSE(
+                    fs::exists(tree.path(receipts + ".damaged"))); // only malformed text is
             } catch (const tree_error& failure) {
                 EXPECT_EQ(failure.code().value(), error);
                 InstallTree(tree.upath()).recover();
@@ -135,17 +137,6 @@ TEST(FailedLook, FailsTheWholeChange) {
             }
         }
     }
-}
-
-// Only a malformed text is damage.
-TEST(FailedLook, AtReceiptsIsNoDamage) {
-    const TemporaryDirectory tree;
-    InstallTree(tree.upath()).write({selection(u"A")});
-    {
-        const FailingLook failing(0, EIO, "receipts.json");
-        EXPECT_THROW(InstallTree(tree.upath()).write({selection(u"B")}), tree_error);
-    }
-    EXPECT_FALSE(fs::exists(tree.path(receipts + ".damaged")));
 }
 
 // A reading is repeated where a change was made and rolled back meanwhile, which left the same
@@ -242,41 +233,6 @@ TEST(Permissions, OfTheJournalAreThoseOfAppdata) {
         InstallTree(tree.upath()).recover();
     }
     umask(mask);
-}
-
-TEST(TwoInstallers, WaitForEachOtherAndSayForWhom) {
-    const TemporaryDirectory directory;
-    InstallTree tree(directory.upath());
-    std::optional<PreparedChange> other(tree.prepare({{}, {selection(u"A")}}));
-    // A child has all descriptors of its parent, and so the lock.
-    int pipe_ends[2];
-    ASSERT_EQ(pipe(pipe_ends), 0);
-    const pid_t child = fork();
-    char byte = 0;
-    if (child == 0)
-        _exit(close(pipe_ends[1]) + static_cast<int>(::read(pipe_ends[0], &byte, 1)));
-    Options options;
-    std::vector<std::int64_t> owners;
-    options.on_wait = [&](std::int64_t process) { owners.push_back(process); };
-    options.wait_at_most = std::chrono::milliseconds(5);
-    try {
-        InstallTree(directory.upath(), options).write({selection(u"B")});
-        ADD_FAILURE();
-    } catch (const tree_error& error) {
-        EXPECT_EQ(error.code(), std::errc::timed_out);
-        const std::string owner_name = describe_process(getpid()); // which emulators change
-        EXPECT_TRUE(owner_name.starts_with("process " + std::to_string(getpid()) + " ("));
-        EXPECT_NE(std::string(error.what()).find(owner_name + "."), std::string::npos)
-            << error.what();
-    }
-    EXPECT_EQ(owners, std::vector{std::int64_t{getpid()}});
-    owners.clear();
-    other->commit();
-    InstallTree(directory.upath(), options).write({selection(u"B")});
-    EXPECT_TRUE(owners.empty());
-    close(pipe_ends[1]);
-    waitpid(child, nullptr, 0);
-    EXPECT_EQ(tree.list().contents.size(), 2U);
 }
 
 // As long as it takes, and again and again asked.

@@ -76,34 +76,6 @@ TEST_F(Repaired, WithWhatIsLeft) {
     }
 }
 
-// Where another program wrote a product later, as the installed record says, or as its last good
-// version says and the documents do not deny, the receipt is not current.
-TEST(RepairedFromReceipts, IsOfTheLastWrite) {
-    struct Row {
-        bool has_record, is_document_edited, is_from_receipt;
-    };
-    for (const auto& [has_record, is_document_edited, is_from_receipt] :
-         {Row{true, false, false}, Row{false, true, false}, Row{false, false, true}}) {
-        const TemporaryDirectory directory;
-        InstallTree tree(directory.upath());
-        tree.write({selection(u"A"), selection(u"B")});
-        const auto time = std::to_string(tree.list().record[1].time.time_since_epoch().count());
-        const std::string later = R"({"A":4000000000000,"B":)" + time + R"(,"x":null})";
-        directory.write(installed_record, has_record ? later : R"({"x":null,)");
-        directory.write(installed_record + ".old", later);
-        if (is_document_edited)
-            directory.write(products + "A 1 en.xml", "edited");
-        fs::remove(directory.path(contents_map));
-        directory.write(contents_map + ".old",
-                        R"({"A 1 hostpf":["/appdata/products/A 1 en.xml"]})");
-        repair(directory.upath(), RepairMode::apply);
-        EXPECT_EQ(tree.list().contents.at(0).paths.size(), is_from_receipt ? 2U : 1U);
-        EXPECT_EQ(files_of(directory)[installed_record],
-                  is_from_receipt ? R"({"A":NOW,"B":NOW,"x":null})"
-                                  : R"({"A":4000000000000,"B":NOW,"x":null})");
-    }
-}
-
 // A change that was made, and then some of its files damaged at random: KX_TEST_DAMAGES trees.
 class RandomDamage : public testing::Test {
 protected:
