@@ -123,13 +123,6 @@ TEST(TreeVerify, FindsEachKindOfFault) {
     const InstallTree::Time since(std::chrono::milliseconds(6));
     EXPECT_EQ(test::kinds_of(tree.verify(all, since)),
               "different empty missing different missing different old different missing ");
-    // What cannot be read hides nothing else.
-    fs::remove(directory.path(products + "C 1 en.xml"));
-    fs::create_directory(directory.path(products + "C 1 en.xml"));
-    directory.write(contents_map, "");
-    directory.write("appdata/.undo/manifest", "");
-    EXPECT_EQ(test::kinds_of(tree.verify(all)),
-              "unreadable different empty missing not_regular damaged different missing ");
     const TemporaryDirectory nowhere;
     EXPECT_EQ(test::kinds_of(InstallTree(nowhere.upath()).verify(all)), "missing ");
 }

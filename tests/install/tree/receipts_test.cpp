@@ -62,17 +62,6 @@ TEST(Receipts, AreThoseOfTheLastWrite) {
                   line.ends_with("a 10 x") && line.size() == 69 ? 1U : 0U)
             << line;
     }
-    // Of two that list the same document, the later one says what it is.
-    for (const char* const time : {"4", "6"}) {
-        const auto receipt = [&](const std::string& name, const char* size, const char* when) {
-            return '"' + name + R"( 1 hostpf":{"basecode":")" + name + R"(","documents":[")" +
-                   digest + size + R"(/appdata/products/A 1 en.xml"],"time":)" + when + '}';
-        };
-        directory.write(receipts,
-                        '{' + receipt("A", " 10 ", "5") + ',' + receipt("B", " 9 ", time) + '}');
-        directory.write(installed_record, std::string(R"({"A":5,"B":)") + time + '}');
-        EXPECT_EQ(kinds_of(inspect(directory.upath()).problems), *time == '6' ? "different " : "");
-    }
 }
 
 // A basecode is that of the receipt, unless another product has it, or the product was written
@@ -157,13 +146,6 @@ TEST(Receipts, SayWhatIsDifferent) {
     EXPECT_EQ(found(false), "empty different |empty fewer_readers ");
     EXPECT_EQ(found(true), "different empty different |empty fewer_readers ");
     EXPECT_THROW(static_cast<void>(documents_of(directory.upath(), "E 1 hostpf")), tree_error);
-    directory.write(contents_map,
-                    R"({"x":["/appdata/products/none","/appdata/products/A 1 en.xml/x",)"
-                    R"("/appdata/products/.","/appdata/products/../products","/x"]})");
-    std::string faults;
-    for (const ListedDocument& document : documents_of(directory.upath(), "x"))
-        faults += name_of(document.fault.value().kind) + std::string(" ");
-    EXPECT_EQ(faults, "missing unreadable outside outside outside ");
     fs::permissions(directory.path("appdata/products"), fs::perms(0700));
     EXPECT_NE(inspect(directory.upath()).notes.back().text.find("for 8."), std::string::npos);
     fs::resize_file(directory.path(contents_map), (1U << 30U) + 1U); // a file with a hole

@@ -41,20 +41,6 @@ protected:
     std::string record_ = R"({"A":10,"B":20,"C":30})";
 };
 
-TEST_F(Repaired, FromAFileTruncatedAtAnyByte) {
-    for (std::size_t size = 0; size < map_.size(); ++size) {
-        SCOPED_TRACE(size);
-        tree_.write(contents_map, map_.substr(0, size));
-        EXPECT_FALSE(repair(tree_.upath()).steps.empty());
-        EXPECT_EQ(tree_.content(contents_map), map_.substr(0, size));
-        EXPECT_FALSE(repair(tree_.upath(), RepairMode::apply).steps.empty());
-        EXPECT_EQ(tree_.content(contents_map), map_);
-        EXPECT_EQ(tree_.content(contents_map + ".damaged"), map_.substr(0, size));
-        std::filesystem::remove(tree_.path(contents_map + ".damaged"));
-        EXPECT_TRUE(repair(tree_.upath()).steps.empty());
-    }
-}
-
 TEST_F(Repaired, WithWhatIsLeft) {
     const std::string typed = R"("kxdata":[18446744073709551615],"kxtype":"uint64")";
     const std::pair<std::string, std::string> texts[] = {
