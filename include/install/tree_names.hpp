@@ -27,8 +27,10 @@ inline constexpr const char* installed_record = "installedProductData.json";
 /// \name Below appdata: what a change adds
 /// @{
 inline constexpr const char* receipts = "receipts.json";
-inline constexpr const char* lock = ".lock";           ///< locked during every change
-inline constexpr const char* staging = ".staging";     ///< a change that is prepared, or complete
+inline constexpr const char* lock = ".lock";       ///< locked during every change
+inline constexpr const char* staging = ".staging"; ///< a change that is prepared, or complete
+inline constexpr std::string_view set_aside =
+    ".staging.";                                       ///< with a number: what could not be removed
 inline constexpr const char* undo = ".undo";           ///< a change that is under way
 inline constexpr std::string_view old_suffix = ".old"; ///< the last good version of a file
 inline constexpr std::string_view damaged_suffix = ".damaged"; ///< a file as it was before a repair

@@ -57,6 +57,8 @@ public:
                                          "How long to wait for other changes (default: as long as "
                                          "it takes); exit status 3 if that was too short")
             ->type_name("SECONDS");
+        flag("--only-mount", request_.only_mount,
+             "No other mount of a shared file system changes this tree");
     }
 
     void option(const std::string& name, std::optional<std::string>& value,

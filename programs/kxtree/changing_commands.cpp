@@ -34,7 +34,8 @@ auto waiting_line() {
 install::tree::Options options_of(const Request& request) {
     return {.on_wait = waiting_line(),
             .on_progress = [](const auto& /*progress*/) { require_no_interruption(); },
-            .wait_at_most = request.wait_at_most};
+            .wait_at_most = request.wait_at_most,
+            .only_mount = request.only_mount};
 }
 
 std::vector<install::tree::InstalledProduct>

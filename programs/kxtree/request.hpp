@@ -36,6 +36,7 @@ struct Request {
     bool contents = false;
     bool dry_run = false;
     bool apply = false;
+    bool only_mount = false;
     Result (*command)(const Request&) = nullptr; ///< one of commands.hpp
 };
 

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace {
@@ -17,6 +18,7 @@ thread_local constinit test::DiskObserver* innermost = nullptr;
 // A call that is put off, and its descriptor, which stays open as long.
 thread_local std::function<void()> delayed;
 thread_local constinit int kept_open = -1;
+thread_local constinit std::uint32_t reported_file_system = 0; // none
 
 template <class Result, class... Arguments>
 Result real(const char* function, Arguments... arguments) {
@@ -76,6 +78,13 @@ test::DiskObserver::~DiskObserver() {
     innermost = outer;
 }
 
+test::ReportedFileSystem::ReportedFileSystem(std::uint32_t type) {
+    reported_file_system = type;
+}
+test::ReportedFileSystem::~ReportedFileSystem() {
+    reported_file_system = 0;
+}
+
 extern "C" {
 #pragma GCC visibility push(default)
 
@@ -100,6 +109,12 @@ int fstatat(int directory, const char* path, struct stat* found, int flags) noex
     // With sizes of 64 bits, which the header asks for, it has another name where words have 32.
     constexpr const char* name = sizeof(long) == 4 ? "fstatat64" : "fstatat";
     return real<int>(name, directory, path, found, flags);
+}
+int fstatfs(int file, struct statfs* found) noexcept {
+    const int result = real<int>(sizeof(long) == 4 ? "fstatfs64" : "fstatfs", file, found);
+    if (reported_file_system != 0)
+        found->f_type = static_cast<decltype(found->f_type)>(reported_file_system);
+    return result;
 }
 int close(int file) { // leaks it, as the call that is put off needs it
     return file == kept_open ? 0 : real<int>("close", file);

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>
@@ -70,6 +71,15 @@ private:
     std::function<int()> then_;
     std::string function_;
     bool always_;
+};
+
+/// While it lives, the file system of every file says that it is of this type (see linux/magic.h).
+class ReportedFileSystem {
+public:
+    explicit ReportedFileSystem(std::uint32_t type);
+    ReportedFileSystem(const ReportedFileSystem&) = delete;
+    ReportedFileSystem& operator=(const ReportedFileSystem&) = delete;
+    ~ReportedFileSystem();
 };
 
 /// Lets one call fail that only looks at a name, or opens it for reading: the n-th of those whose

@@ -68,7 +68,8 @@ int DurableDisk::add_file(const fs::path& path) {
 
 void DurableDisk::after(const DiskCall& call, int result) {
     const std::string& function = call.function;
-    if (call.name != nullptr && std::string(call.name) == ".lock")
+    if ((call.name != nullptr ? fs::path(call.name) : path_of(call.descriptor)).filename() ==
+        ".lock")
         return;
     if (function == "fsync")
         return flush(number_of(path_of(call.descriptor)));

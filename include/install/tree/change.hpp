@@ -89,15 +89,21 @@ enum class Durability {
 /// In the place of the number of a process: one that only reads, and soon ends.
 inline constexpr std::int64_t a_reader = -1;
 
+/// In the place of the number of a process: one whose number means nothing to this process.
+inline constexpr std::int64_t a_process_elsewhere = -2;
+
 /// Returns what is known of a process, in words: "process 123 (name)". For 0: "another process".
-/// For a_reader: "a reader".
+/// For a_reader: "a reader". For a_process_elsewhere: "a process on another host, or in a
+/// container".
 [[nodiscard]] KX_EXPORT std::string describe_process(std::int64_t process);
 
 /// How an InstallTree works.
 struct Options {
     /// Called before a change waits for another one, and then every 100 ms, with the process that
-    /// makes it: 0 if that is not known, a_reader if one or several read. What it throws ends the
-    /// waiting, and the change.
+    /// makes it: 0 if that is not known, a_reader if one or several read, a_process_elsewhere if it
+    /// runs on another host or in a container. Called as well while the change waits for this host
+    /// to see what another one changed, with a_process_elsewhere. What it throws ends the waiting,
+    /// and the change.
     std::function<void(std::int64_t process)> on_wait = {};
     /// Called at the beginning of each phase, and at least every 100 ms of work. What it throws
     /// before the change is made drops the change; what it throws afterwards is ignored.
@@ -107,6 +113,14 @@ struct Options {
     std::optional<std::chrono::milliseconds> wait_at_most = {};
     /// What a change survives.
     Durability durability = Durability::power_failure;
+    /// How long this host may keep names and contents of files that another host has changed. On a
+    /// file system that hosts may share (NFS, SMB, Ceph, 9P, FUSE), a change that follows one of
+    /// another host waits as long before it begins, and a reading until it sees what the other one
+    /// left; both throw tree_error if they do not see it then.
+    std::chrono::milliseconds cache_timeout{5000};
+    /// Whether no other mount of the file system changes this tree, so that nothing has to be
+    /// waited for. Otherwise a change throws tree_error where locks do not exclude other mounts.
+    bool only_mount = false;
 };
 
 struct StagedChange;

@@ -27,6 +27,10 @@ bool is_ascii(const std::string& text) {
     return std::ranges::all_of(text, [](char byte) { return (byte & 0x80) == 0; });
 }
 
+bool is_unreadable(const Fault& fault) {
+    return fault.kind == Kind::unreadable;
+}
+
 // Compares the files of a tree with each other, and collects what it finds.
 class Inspection {
 public:
@@ -52,9 +56,7 @@ public:
             inspect_entries();
         inspect_readers();
         health_.is_complete =
-            !documents_.failure && std::ranges::none_of(health_.problems, [](const Fault& fault) {
-                return fault.kind == Kind::unreadable;
-            });
+            !documents_.failure && std::ranges::none_of(health_.problems, is_unreadable);
         return std::move(health_);
     }
 
@@ -82,6 +84,10 @@ private:
     // A change that is under way holds the lock.
     void inspect_remains() {
         const View& view = tree_.view;
+        for (const std::string& name : find_set_aside(view.appdata()))
+            add_note(Kind::interrupted, view.path_of(name),
+                     "A change left this, and it could not be removed. Nothing reads it, and each "
+                     "change tries to remove it.");
         if (const auto& fault = view.fault())
             return add_problem(
                 Kind::interrupted, fault->path(),
@@ -171,8 +177,14 @@ private:
         auto fault = fault_of_document(tree_.view, *name, nullptr, Comparison::size);
         const bool is_reported = fault && (fault->kind == Kind::not_regular ||
                                            (fault->kind == Kind::unreadable && documents_.failure));
-        if (!fault || is_reported)
+        const bool is_hidden = !fault && std::ranges::any_of(documents_.faults, is_unreadable);
+        if (is_reported || is_hidden) // in a folder that may be searched, and not listed
             return;
+        if (!fault) // the file system takes a file of another name for it
+            fault = {Kind::missing,
+                     tree_.view.path_of(*name),
+                     "There is only a document with another spelling of this name.",
+                     {}};
         if (fault->kind == Kind::missing)
             fault->text += ' ' + entry + "it.";
         fault->product = key;
@@ -297,14 +309,19 @@ Health inspect(const FoundTree& tree, const InspectOptions& options) {
 
 Health inspect(const ustring& installRoot, const InspectOptions& options) {
     const Directory appdata = open_tree(Layout(installRoot));
-    return read_committed(appdata,
-                          [&](const View& view) { return inspect(FoundTree(view), options); });
+    return read_committed(
+        appdata, {}, [&](const View& view) { return inspect(FoundTree(view), options); },
+        [](const Health& health) { return !health.problems.empty() || !health.notes.empty(); });
 }
 
 std::vector<ListedDocument> documents_of(const ustring& installRoot, const std::string& key) {
     const Directory appdata = open_tree(Layout(installRoot));
-    return read_committed(appdata,
-                          [&](const View& view) { return find_listed_documents(view, key); });
+    return read_committed(
+        appdata, {}, [&](const View& view) { return find_listed_documents(view, key); },
+        [](const std::vector<ListedDocument>& documents) {
+            return std::ranges::any_of(documents,
+                                       [](const auto& each) { return each.fault.has_value(); });
+        });
 }
 
 } // namespace install::tree

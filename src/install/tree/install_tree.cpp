@@ -31,19 +31,21 @@ void InstallTree::remove(const std::vector<InstalledProduct>& products) {
 
 Listing InstallTree::list() const {
     const Directory appdata = open_tree(Layout(root_));
-    return read_committed(appdata, [](const View& view) {
+    const auto read = [](const View& view) {
         if (view.fault())
             throw tree_error(*view.fault());
         const FoundTree tree(view);
         tree.contents.require_object();
         tree.record.require_object();
         return tree.listing();
-    });
+    };
+    return read_committed(appdata, options_, read,
+                          [](const Listing& /*listing*/) { return false; });
 }
 
 std::optional<Recovery> InstallTree::recover() {
     auto appdata = Directory::open(Layout(root_).appdata, tree_names::documents);
-    if (!appdata || find_remains(*appdata) == Remains::none)
+    if (!appdata || (find_remains(*appdata) == Remains::none && find_set_aside(*appdata).empty()))
         return std::nullopt;
     return LockedTree(std::move(*appdata), options_).recovery;
 }

@@ -34,7 +34,7 @@ RepairReport find_repair(const View& view) {
     const Directory& appdata = view.appdata();
     // What holds the lock is alive.
     const Remains remains = is_locked(appdata) ? Remains::none : find_remains(appdata);
-    const View rolled_back(appdata, remains == Remains::to_roll_back);
+    const View rolled_back(appdata, {}, remains == Remains::to_roll_back);
     RepairReport report = plan_repair(FoundTree(rolled_back)).report;
     if (remains != Remains::none)
         report_recovery(report, appdata,
@@ -62,7 +62,9 @@ RepairReport repair(const ustring& installRoot, RepairMode mode, const Options& 
     Directory appdata = open_tree(Layout(installRoot));
     if (mode == RepairMode::apply)
         return do_repair(std::move(appdata), options);
-    return read_committed(appdata, find_repair);
+    return read_committed(appdata, options, find_repair, [](const RepairReport& report) {
+        return !report.steps.empty() || !report.remaining.empty();
+    });
 }
 
 } // namespace install::tree

@@ -81,7 +81,9 @@ std::vector<Fault> InstallTree::verify(const std::vector<ProductSelection>& sele
     const auto appdata = Directory::open(layout.appdata, tree_names::documents);
     if (!appdata)
         return {{Kind::missing, layout.appdata, "There is no install tree."}};
-    return read_committed(*appdata, [&](const View& view) { return compare(view, plan, since); });
+    return read_committed(
+        *appdata, options_, [&](const View& view) { return compare(view, plan, since); },
+        [](const Faults& faults) { return !faults.empty(); });
 }
 
 } // namespace install::tree

@@ -223,7 +223,7 @@ TEST_P(Interrupted, AndItsRecoveryByDeathOrAFailure) {
                 const test::AtCall failing(call, [&] { return errors[call % 5]; });
                 recover(*other);
             } catch (const tree_error& failure) {
-                EXPECT_EQ(failure.code().value(), errors[call % 5]);
+                EXPECT_EQ(failure.code().value(), errors[call % 5]) << failure.what();
             }
             recover_and_count(*other);
             return recovery_died;

@@ -201,7 +201,7 @@ TEST(TreeApply, RemovesAndWrites) {
     tree.remove({{"D 1 hostpf", {}}});
     EXPECT_FALSE(fs::exists(directory.path(products + "elsewhere/x y.xml")));
     EXPECT_FALSE(fs::exists(directory.path(products + "gone")));
-    EXPECT_TRUE(directory.content("appdata/.lock").ends_with(" 3\n")); // as many changes
+    EXPECT_NE(directory.content("appdata/.lock").find(" 3\n"), std::string::npos); // changes
     // A damaged map is not taken for what is left of it.
     directory.write(contents_map, R"({"E 1 hostpf":[],)");
     EXPECT_THROW(static_cast<void>(tree.list()), tree_error);

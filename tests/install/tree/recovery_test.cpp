@@ -13,6 +13,7 @@
 #include <optional>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -176,12 +177,14 @@ TEST(RolledBack, WithoutLinks) {
     }
 }
 
-// So many files are flushed as one, or one by one where the system cannot.
+// So many files are flushed as one, or one by one where the system cannot, or does nothing.
 TEST(ManyFiles, AreDurableOrTheChangeFails) {
     std::vector<ProductSelection> products_of_change;
     for (char16_t number = 0; number < 40; ++number)
         products_of_change.push_back(selection({u'P', static_cast<char16_t>(u'a' + number)}));
-    for (const int error : {0, ENOSYS, EIO}) {
+    for (const int error : {0, ENOSYS, EIO, int(DiskObserver::left_out)}) {
+        const ReportedFileSystem type(error == DiskObserver::left_out ? FUSE_SUPER_MAGIC
+                                                                      : EXT4_SUPER_MAGIC);
         std::vector<DurableDisk::Disk> states; // after a power failure
         {
             const TemporaryDirectory tree;
@@ -204,6 +207,49 @@ TEST(ManyFiles, AreDurableOrTheChangeFails) {
             EXPECT_TRUE(InstallTree(left.upath()).verify(products_of_change).empty());
         }
     }
+}
+
+// A folder of a lower layer cannot be renamed.
+class UndoStays : public DiskObserver {
+public:
+    int before(const DiskCall& call) override {
+        return call.function == "renameat" && std::string(call.from_name) == ".undo" ? EXDEV : 0;
+    }
+};
+
+// Wherever it dies, then, the next one ends it.
+TEST(RolledBack, WhereTheJournalCannotBeRenamed) {
+    const TemporaryDirectory source;
+    InstallTree(source.upath()).write({selection(u"A"), selection(u"B")});
+    const auto before = files_of(source);
+    ASSERT_TRUE(dies_while_moving(source, 3));
+    bool is_alive = false;
+    for (int call = 0; !is_alive; ++call) {
+        SCOPED_TRACE(call);
+        const auto tree = copy_of(source);
+        const UndoStays layer;
+        is_alive = !dies_at(call, [&] { InstallTree(tree->upath()).recover(); });
+        EXPECT_EQ(kinds_of(inspect(tree->upath()).problems),
+                  fs::exists(tree->path("appdata/.undo")) ? "interrupted " : "");
+        InstallTree(tree->upath()).recover();
+        EXPECT_EQ(files_of(*tree), before);
+        EXPECT_FALSE(fs::exists(tree->path("appdata/.undo")));
+    }
+}
+
+// What cannot be removed is in nobody's way.
+TEST(Garbage, IsPutAsideUntilItCanBeRemoved) {
+    const TemporaryDirectory tree;
+    for (const int count : {1, 2}) {
+        const AtCall failing(
+            0, [] { return EIO; }, "unlinkat", true);
+        tree.write("appdata/.staging/" + std::to_string(count), "");
+        InstallTree(tree.upath()).write({selection(u"A")});
+        EXPECT_TRUE(fs::exists(tree.path("appdata/.staging." + std::to_string(count))));
+    }
+    EXPECT_EQ(kinds_of(inspect(tree.upath()).notes), "interrupted interrupted ");
+    InstallTree(tree.upath()).write({selection(u"B")});
+    EXPECT_EQ(kinds_of(inspect(tree.upath()).notes), "");
 }
 
 // Whoever may work on a tree may work on what an interrupted change left there.

@@ -12,8 +12,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace install::tree {
@@ -276,7 +278,7 @@ Descriptor Directory::open_file(const std::string& name) const {
     Descriptor file = open_at(place.folder, place.name, O_RDONLY | O_NOFOLLOW);
     require(file.number(), "open", name);
     if (status_of(file.number()).type != FileStatus::Type::regular)
-        throw tree_error("open", path_of(name), not_regular);
+        throw tree_error("open", path_of(name), not_regular_text);
     return file;
 }
 
@@ -491,12 +493,21 @@ bool Directory::flush_file(const std::string& name) const try {
     return false;
 }
 
+// The system does not pass the call on to a program that has the files, and returns a success.
 bool Directory::flush_file_system() const {
+    if (file_system_type() == FUSE_SUPER_MAGIC)
+        return false;
     const int result = uninterrupted([&] { return syncfs(number()); });
     if (result != 0 && errno == ENOSYS)
         return false;
     require(result, "flush", "");
     return true;
+}
+
+std::uint32_t Directory::file_system_type() const {
+    struct statfs found {};
+    require(uninterrupted([&] { return fstatfs(number(), &found); }), "look at", "");
+    return static_cast<std::uint32_t>(found.f_type);
 }
 
 } // namespace install::tree

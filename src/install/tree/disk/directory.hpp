@@ -142,6 +142,8 @@ public:
     // Makes everything durable that was written to the file system of this directory. Returns false
     // where the system cannot.
     [[nodiscard]] bool flush_file_system() const;
+    // Returns the number of the type of that file system, as <linux/magic.h> has them.
+    [[nodiscard]] std::uint32_t file_system_type() const;
 
     // Closes the folder that is open for the next name, where descriptors are scarce.
     void close_folder() const noexcept;

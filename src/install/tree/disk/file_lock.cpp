@@ -1,5 +1,6 @@
 #include "install/tree/disk/file_lock.hpp"
 
+#include "install/clock.hpp"
 #include "install/tree/change.hpp"
 #include "install/tree/printable_text.hpp"
 #include "install/tree/report/texts.hpp"
@@ -9,8 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <cstdio>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -26,24 +25,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The text of the file: the process that holds the lock, or held it last, and the number of
-// changes.
-struct Owner {
-    std::int64_t process = 0;
-    std::uint64_t changes = 0;
-};
-
-// A process that has just taken the lock may not have left its number yet.
-Owner read_owner(int file) noexcept {
-    std::array<char, 64> text{};
-    const auto size = pread(file, text.data(), text.size(), 0);
-    Owner owner;
-    const char* const end = text.data() + std::max<ssize_t>(size, 0);
-    const auto after = std::from_chars(text.data(), end, owner.process).ptr;
-    if (after != end)
-        std::from_chars(after + 1, end, owner.changes);
-    return owner;
-}
+constexpr std::size_t most_bytes_of_text = 4096; // as many as a cache and a disk hold in one piece
 
 // Returns 0 or the error.
 int lock_file(int file, int operation) noexcept {
@@ -57,41 +39,51 @@ void unlock(int file) noexcept {
     static_cast<void>(lock_file(file, LOCK_UN));
 }
 
-// Returns the process that holds the lock that could not be had. A dead one held it before somebody
-// who leaves no number.
-std::int64_t owner_of(int file) noexcept {
-    if (lock_file(file, LOCK_SH | LOCK_NB) == 0) {
-        unlock(file);
-        return a_reader;
-    }
-    const std::int64_t process = read_owner(file).process;
-    const bool is_dead = getpgid(static_cast<pid_t>(process)) == -1 && errno == ESRCH;
-    return is_dead ? 0 : process;
-}
-
 // Never through a link, and never blocked by a FIFO.
 Descriptor open_lock(const Directory& appdata, int flags) noexcept {
     return Descriptor(openat(appdata.number(), tree_names::lock,
                              flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0666));
 }
 
-// Whoever may work on the tree may lock it, whatever the mask of the process that comes first.
-Descriptor open_or_create_lock(const Directory& appdata) {
-    Descriptor file = open_lock(appdata, O_RDWR);
-    if (file.is_open() || errno != ENOENT)
-        return file;
-    try {
-        const FileStatus like = appdata.status(".");
-        appdata.write_new(tree_names::lock, "", &like, false);
-    } catch (const tree_error& error) {
-        if (error.code() != std::errc::file_exists) // by somebody else meanwhile
-            throw;
-    }
-    return open_lock(appdata, O_RDWR);
+// Returns nothing on failure. A process that has just taken the lock may not have left its text
+// yet.
+std::optional<LockText> read_text(int file) {
+    alignas(most_bytes_of_text) std::array<char, most_bytes_of_text> bytes; // as O_DIRECT needs it
+    const auto size = pread(file, bytes.data(), bytes.size(), 0);
+    if (size < 0)
+        return std::nullopt;
+    return LockText::in({bytes.data(), static_cast<std::size_t>(size)});
 }
 
-std::string lock_path(const Directory& appdata) {
-    return appdata.path_of(tree_names::lock);
+// What another host wrote is not seen in the caches of this one.
+LockText read_text(int file, const Directory& appdata, bool is_shared) {
+    std::optional<LockText> text;
+    if (is_shared) // not every file system can
+        text = read_text(open_lock(appdata, O_RDONLY | O_DIRECT).number());
+    return text ? *text : read_text(file).value_or(LockText());
+}
+
+// Who holds the lock that could not be had.
+struct Holder {
+    std::int64_t process = 0;
+    std::string host;
+};
+
+// A dead process held it before somebody who leaves no text.
+Holder holder_of(int file) {
+    if (lock_file(file, LOCK_SH | LOCK_NB) == 0) {
+        unlock(file);
+        return {a_reader, {}};
+    }
+    const LockText text = read_text(file).value_or(LockText());
+    LockText own;
+    own.sign(0);
+    if (text.boot.empty())
+        return {};
+    if (!text.names_process_of(own))
+        return {a_process_elsewhere, text.host};
+    const bool is_dead = getpgid(static_cast<pid_t>(text.process)) == -1 && errno == ESRCH;
+    return {is_dead ? 0 : text.process, {}};
 }
 
 void require_regular(int file, const std::string& path) {
@@ -99,7 +91,7 @@ void require_regular(int file, const std::string& path) {
     if (file < 0 || fstat(file, &found) != 0)
         throw tree_error("open", path, std::error_code(errno, std::system_category()));
     if (!S_ISREG(found.st_mode))
-        throw tree_error("open", path, not_regular);
+        throw tree_error("open", path, not_regular_text);
 }
 
 // Waits for the lock, and returns 0 or the error. Looks again and again where somebody wants to be
@@ -113,7 +105,7 @@ int wait_for_lock(int file, const FileLock::Waiting& waiting) {
     auto next_call = begin;
     for (auto pause = 1ms;; pause = std::min(2 * pause, 20ms)) {
         if (waiting.observer && Clock::now() >= next_call) {
-            waiting.observer(owner_of(file));
+            waiting.observer(holder_of(file).process);
             next_call = Clock::now() + 100ms;
         }
         if (const int error = lock_file(file, LOCK_EX | LOCK_NB); error != EWOULDBLOCK)
@@ -129,6 +121,8 @@ int wait_for_lock(int file, const FileLock::Waiting& waiting) {
 std::string describe_process(std::int64_t process) {
     if (process == a_reader)
         return "a reader";
+    if (process == a_process_elsewhere)
+        return "a process on another host, or in a container";
     if (process == 0)
         return "another process";
     std::string command; // which the process itself may set to anything
@@ -137,29 +131,56 @@ std::string describe_process(std::int64_t process) {
     return command.empty() ? number : number + " (" + printable_text(command) + ')';
 }
 
-FileLock::FileLock(const Directory& appdata, const Waiting& waiting)
-    : FileLock(open_or_create_lock(appdata)) {
+// Whoever may work on the tree may lock it, whatever the mask of the process that comes first.
+FileLock::OpenFile FileLock::open_or_create(const Directory& appdata) {
+    Descriptor file = open_lock(appdata, O_RDWR);
+    if (file.is_open() || errno != ENOENT)
+        return {std::move(file)};
+    bool is_new = true;
+    try {
+        const FileStatus like = appdata.status(".");
+        appdata.write_new(tree_names::lock, "", &like, false);
+    } catch (const tree_error& error) {
+        if (error.code() != std::errc::file_exists) // by somebody else meanwhile
+            throw;
+        is_new = false;
+    }
+    return {open_lock(appdata, O_RDWR), is_new};
+}
+
+FileLock::FileLock(const Directory& appdata, const Waiting& waiting, const Mount& mount)
+    : FileLock(open_or_create(appdata), appdata.path_of(tree_names::lock)) {
     const int file = file_.number();
-    const std::string path = lock_path(appdata);
-    require_regular(file, path);
+    require_regular(file, path_);
     int error = lock_file(file, LOCK_EX | LOCK_NB);
     if (error == EWOULDBLOCK)
         error = wait_for_lock(file, waiting);
-    if (error == EWOULDBLOCK)
-        throw tree_error("lock", path, std::make_error_code(std::errc::timed_out),
-                         "Held by " + describe_process(owner_of(file)) + ".");
+    if (error == EWOULDBLOCK) {
+        const auto [process, host] = holder_of(file);
+        throw tree_error("lock", path_, std::make_error_code(std::errc::timed_out),
+                         "Held by " +
+                             (host.empty() ? describe_process(process)
+                                           : "a process on host " + host + ", or in a container") +
+                             '.');
+    }
     if (error != 0)
-        throw tree_error("lock", path, std::error_code(error, std::system_category()));
-    changes_ = read_owner(file).changes;
-    leave_owner();
+        throw tree_error("lock", path_, std::error_code(error, std::system_category()));
+    is_shared_ = mount.is_shared;
+    const LockText found = read_text(file, appdata, is_shared_);
+    text_ = found; // with which others compare until a change has ended
+    text_.sign(appdata.status(".").device);
+    if (is_shared_ && !is_new_ && !found.is_seen_by(text_))
+        from_elsewhere_ = found;
+    if (from_elsewhere_ && found.state == LockText::State::complete)
+        text_.state = LockText::State::late;
+    leave_text();
 }
 
 FileLock::FileLock(const Directory& appdata, Shared /*tag*/)
-    : FileLock(open_lock(appdata, O_RDONLY)) {
-    const std::string path = lock_path(appdata);
-    require_regular(file_.number(), path);
+    : FileLock({open_lock(appdata, O_RDONLY)}, appdata.path_of(tree_names::lock)) {
+    require_regular(file_.number(), path_);
     if (const int error = lock_file(file_.number(), LOCK_SH))
-        throw tree_error("lock", path, std::error_code(error, std::system_category()));
+        throw tree_error("lock", path_, std::error_code(error, std::system_category()));
 }
 
 FileLock::~FileLock() {
@@ -167,28 +188,47 @@ FileLock::~FileLock() {
         unlock(file_.number());
 }
 
-// Only a help for others, so that a failure does not matter. A file that has another name, too, is
-// somebody's who wants it to be overwritten.
-void FileLock::leave_owner() noexcept {
+void FileLock::begin_change() {
+    ++text_.changes;
+    text_.state = LockText::State::changing;
+    leave_text();
+}
+
+void FileLock::end_change(const std::vector<FileRecord>& files) noexcept try {
+    text_.state = LockText::State::complete;
+    for (const FileRecord& file : files) {
+        std::erase_if(text_.files, [&](const FileRecord& each) { return each.name == file.name; });
+        if (file.digest)
+            text_.files.push_back(file);
+    }
+    leave_text();
+} catch (const std::exception&) { // the next one does not trust a change that has not ended
+}
+
+void FileLock::leave_text() {
+    text_.time = milliseconds_since_epoch();
+    if (!write_text() && is_shared_)
+        throw tree_error("write", path_,
+                         "Other hosts would not know of the change: the file must be writable, and "
+                         "have no other name.");
+}
+
+// A file that has another name, too, is somebody's who wants it to be overwritten.
+bool FileLock::write_text() const {
+    const std::string text = text_.text();
+    const int file = file_.number();
     struct stat found {};
-    if (fstat(file_.number(), &found) != 0 || found.st_nlink > 1)
-        return;
-    std::array<char, 64> text{};
-    const auto size = static_cast<std::size_t>(
-        std::snprintf(text.data(), text.size(), "%lld %llu\n", static_cast<long long>(getpid()),
-                      static_cast<unsigned long long>(changes_)));
-    if (pwrite(file_.number(), text.data(), size, 0) == static_cast<ssize_t>(size))
-        static_cast<void>(ftruncate(file_.number(), static_cast<off_t>(size)) == 0);
+    return fstat(file, &found) == 0 && found.st_nlink == 1 && text.size() <= most_bytes_of_text &&
+           pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
+           ftruncate(file, static_cast<off_t>(text.size())) == 0 &&
+           (!is_shared_ || fsync(file) == 0);
 }
 
-void FileLock::count_change() noexcept {
-    ++changes_;
-    leave_owner();
-}
-
-std::uint64_t counted_changes(const Directory& appdata) {
+LockText read_lock_text(const Directory& appdata, const Mount& mount) {
     const Descriptor file = open_lock(appdata, O_RDONLY);
-    return file.is_open() ? read_owner(file.number()).changes : 0;
+    if (!file.is_open())
+        return {};
+    return read_text(file.number(), appdata, mount.is_shared);
 }
 
 bool is_locked(const Directory& appdata) {

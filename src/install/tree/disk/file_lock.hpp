@@ -1,14 +1,18 @@
-// The lock of an install tree, and the count of its changes, for those who read without it.
+// The lock of an install tree, and what its file says for those who come next or read without it.
 
 #pragma once
 
 #include "install/tree/disk/directory.hpp"
+#include "install/tree/disk/lock_text.hpp"
+#include "install/tree/disk/mount.hpp"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace install::tree {
 
@@ -26,7 +30,7 @@ public:
 
     // Waits for the lock of a tree, the file `.lock` in `appdata`, which is created and stays.
     // Throws tree_error, with std::errc::timed_out after the time to wait.
-    FileLock(const Directory& appdata, const Waiting& waiting);
+    FileLock(const Directory& appdata, const Waiting& waiting, const Mount& mount);
     // Waits for the lock of those who read.
     struct Shared {};
     FileLock(const Directory& appdata, Shared);
@@ -34,20 +38,54 @@ public:
     FileLock& operator=(FileLock&&) noexcept = default;
     ~FileLock();
 
-    // Counts a change, before any of it can be seen. A failure does not matter: readers also
-    // compare the files themselves.
-    void count_change() noexcept;
+    // What the file said when the lock was taken, where this mount may not have seen that yet.
+    // Until see_change it says so to those who come next.
+    [[nodiscard]] const std::optional<LockText>& from_elsewhere() const noexcept {
+        return from_elsewhere_;
+    }
+
+    // Whether other hosts compare the shared files with what is left.
+    [[nodiscard]] bool is_shared() const noexcept { return is_shared_; }
+
+    // Counts a change, before any of it can be seen. Where other hosts have to know of it, throws
+    // tree_error if they cannot; otherwise a failure does not matter, as readers also compare the
+    // files themselves.
+    void begin_change();
+    // Leaves what the change made of shared files, once it has been made. Those without a digest
+    // are not known.
+    void end_change(const std::vector<FileRecord>& files) noexcept;
+    // Says that this mount has seen what an earlier change left; and that this counts no more, as
+    // it was rolled back, or another program has written since.
+    void see_change() noexcept { end_change({}); }
+    void forget_change() noexcept {
+        text_.files.clear();
+        end_change({});
+    }
 
 private:
-    explicit FileLock(Descriptor file) noexcept : file_(std::move(file)) {}
-    void leave_owner() noexcept;
+    // A file in which nobody has left anything yet.
+    struct OpenFile {
+        Descriptor descriptor;
+        bool is_new = false;
+    };
+    static OpenFile open_or_create(const Directory& appdata);
+    FileLock(OpenFile file, std::string path) noexcept
+        : file_(std::move(file.descriptor)),
+          is_new_(file.is_new),
+          path_(std::move(path)) {}
+    void leave_text();
+    [[nodiscard]] bool write_text() const;
 
     Descriptor file_;
-    std::uint64_t changes_ = 0;
+    bool is_new_;
+    std::string path_;
+    bool is_shared_ = false; // the file system
+    LockText text_;
+    std::optional<LockText> from_elsewhere_;
 };
 
-// Returns how many changes of a tree were counted; 0 where that is not known.
-[[nodiscard]] std::uint64_t counted_changes(const Directory& appdata);
+// Returns what the file of the lock says; of no file, or one that may not be read, nothing.
+[[nodiscard]] LockText read_lock_text(const Directory& appdata, const Mount& mount);
 
 // Whether a change holds the lock of the tree; false where the user has no right to read the file.
 [[nodiscard]] bool is_locked(const Directory& appdata);

@@ -24,6 +24,8 @@ struct FileRecord {
     std::uint64_t size = 0;       // in bytes
     std::optional<Digest> digest; // none where the bytes are not known
 
+    bool operator==(const FileRecord&) const = default;
+
     // Returns the record of a file with the bytes `bytes`.
     [[nodiscard]] static FileRecord of(std::string name, std::string_view bytes) {
         return {std::move(name), bytes.size(), sha256(bytes)};

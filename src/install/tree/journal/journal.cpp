@@ -23,6 +23,10 @@ Directory make_subdirectory(const Directory& directory, const char* name, const 
     return directory.subdirectory(name);
 }
 
+bool is_document(const std::string& name) {
+    return name.find('/') != std::string::npos;
+}
+
 StepKind kind_of(const FileStatus& old) {
     return old.is_there() ? StepKind::replace : StepKind::create;
 }
@@ -47,6 +51,7 @@ Journal::Journal(const Directory& appdata, FileLock& lock, const Options& option
       lock_(lock),
       is_durable_(options.durability == Durability::power_failure),
       progress_(options.on_progress),
+      spelling_(appdata),
       staging_(appdata),
       files_(make_subdirectory(staging_.directory, journal_names::files, staging_.like)),
       old_(make_subdirectory(staging_.directory, journal_names::old, staging_.like)) {}
@@ -64,6 +69,8 @@ FileStatus Journal::stage_old(const std::string& name) {
     if (found.type == Type::directory)
         throw tree_error("replace", appdata_.path_of(name),
                          std::make_error_code(std::errc::is_a_directory));
+    if (found.is_there() && is_document(name) && spelling_.is_other(name))
+        Spelling::refuse(appdata_, name);
     if (found.is_there())
         appdata_.link_or_copy(name, old_, name, &staging_.like);
     return found;
@@ -88,7 +95,14 @@ void Journal::stage_new(FileRecord file, std::string_view bytes) {
                                    : is_own                  ? &staging_.like
                                                              : nullptr;
     files_.make_folders(parent_of(file.name), &staging_.like); // a new one moves as a whole
-    files_.write_new(file.name, bytes, like, is_durable_ && manifest_.entries.size() < few_files);
+    try {
+        files_.write_new(file.name, bytes, like,
+                         is_durable_ && manifest_.entries.size() < few_files);
+    } catch (const tree_error& error) {
+        if (error.code() == std::errc::file_exists) // of the same change
+            Spelling::refuse(files_, file.name);
+        throw;
+    }
     manifest_.entries.push_back({kind_of(old), std::move(file), false});
     progress_.step();
 }
@@ -103,11 +117,14 @@ void Journal::replace_shared(const std::string& name, std::string_view bytes,
                              const FileStatus& seen) {
     seen_.emplace(name, seen);
     require_unchanged(name);
-    replace(name, bytes);
+    shared_files_.push_back(replace(name, bytes));
 }
 
+// Only other hosts need its digest, which takes long for what large trees have.
 void Journal::replace_own(const std::string& name, std::string_view bytes) {
-    stage_new({name, bytes.size(), std::nullopt}, bytes);
+    const FileRecord unknown = {name, bytes.size(), std::nullopt};
+    shared_files_.push_back(lock_.is_shared() ? FileRecord::of(name, bytes) : unknown);
+    stage_new(unknown, bytes);
 }
 
 void Journal::keep_copy(const std::string& name, const std::string& copy) {
@@ -119,7 +136,8 @@ void Journal::keep_copy(const std::string& name, const std::string& copy) {
 
 void Journal::remove(const std::string& name) {
     const FileStatus found = appdata_.status_or_nothing(name);
-    if (!found.is_there() || found.type == Type::directory)
+    if (!found.is_there() || found.type == Type::directory ||
+        (is_document(name) && spelling_.is_other(name))) // and is that of another product
         return;
     appdata_.link_or_copy(name, old_, name, &staging_.like);
     manifest_.entries.push_back({StepKind::remove, {name, 0, std::nullopt}, false});
@@ -238,7 +256,7 @@ void Journal::flush_changed_folders() const {
 void Journal::commit() {
     write_manifest();
     flush();
-    lock_.count_change();
+    lock_.begin_change();
     try {
         begin_moving();
         move_into_place();
@@ -284,6 +302,7 @@ void Journal::finish() {
             throw tree_error(error, tree_error::Outcome::committed,
                              "the change is made, but may not survive a power failure");
         }
+    lock_.end_change(shared_files_);
     drop();
 }
 

@@ -5,6 +5,7 @@
 #include "install/tree/change.hpp"
 #include "install/tree/disk/directory.hpp"
 #include "install/tree/disk/file_lock.hpp"
+#include "install/tree/disk/spelling.hpp"
 #include "install/tree/journal/manifest.hpp"
 #include "install/tree/journal/progress.hpp"
 #include "install/tree/tree_error.hpp"
@@ -92,13 +93,14 @@ private:
     FileLock& lock_;
     bool is_durable_;
     ProgressReporter progress_;
+    Spelling spelling_;
     Staging staging_;
     Directory files_;
     Directory old_;
     Manifest manifest_;
     std::set<std::string> new_folders_;
-    std::string staged_folder_;              // the one that was made last below `files`
     std::map<std::string, FileStatus> seen_; // shared files
+    std::vector<FileRecord> shared_files_;   // as the change leaves them
 };
 
 } // namespace install::tree

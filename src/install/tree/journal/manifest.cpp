@@ -106,6 +106,8 @@ std::string Manifest::text() const {
 Manifest Manifest::read(const Directory& journal) {
     const std::string path = journal.path_of(journal_names::manifest);
     const auto text = journal.read(journal_names::manifest);
+    if (!text && journal.entries().empty()) // it goes after all else in it
+        return {};
     if (!text || text->empty())
         throw tree_error("read", path, "The file is missing or empty.");
     ValueMap members;

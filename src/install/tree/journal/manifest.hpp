@@ -32,9 +32,12 @@ struct Manifest {
 
     // Returns the manifest as the text of a JSON object.
     [[nodiscard]] std::string text() const;
-    // Reads the manifest of an interrupted change. Throws tree_error, which tells one of another
-    // version, a damaged one and a missing one apart.
+    // Reads the manifest of an interrupted change; that of an empty journal is empty. Throws
+    // tree_error, which tells one of another version, a damaged one and a missing one apart.
     [[nodiscard]] static Manifest read(const Directory& journal);
+
+    // Whether there is nothing to roll back: that was done, but the journal could not be renamed.
+    [[nodiscard]] bool is_empty() const { return entries.empty() && folders.empty(); }
 
     std::vector<Entry> entries;           // in the order in which they are done
     std::vector<std::string> folders;     // new ones, each before those in it

@@ -4,7 +4,10 @@
 #include "install/tree_names.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <set>
+#include <thread>
+#include <utility>
 
 namespace install::tree {
 
@@ -160,7 +163,109 @@ private:
     std::set<std::string> changed_; // folders
 };
 
+// Removes `.undo`, whose manifest goes last: until then it says that nothing is to be rolled back.
+void remove_undo(const Directory& appdata, const Directory& journal) {
+    for (const Directory::Entry& child : journal.entries())
+        if (child.name != journal_names::manifest)
+            journal.remove_tree(child.name);
+    appdata.remove_tree(tree_names::undo);
+}
+
+// The change is rolled back. A folder that came with a layer of a layered file system cannot be
+// renamed.
+void leave_undo(const Directory& appdata, const Directory& journal) {
+    try {
+        appdata.rename(tree_names::undo, appdata, tree_names::staging);
+    } catch (const tree_error&) {
+        const FileStatus like = appdata.status(".");
+        journal.remove(journal_names::restored);
+        journal.write_new(journal_names::restored, Manifest().text(), &like, true);
+        static_cast<void>(journal.flush_file(journal_names::restored));
+        journal.rename(journal_names::restored, journal, journal_names::manifest);
+        journal.flush_folder("");
+        remove_undo(appdata, journal);
+    }
+}
+
+// What cannot be removed goes out of the way, as some file systems leave a folder after a crash.
+void drop_staging(const Directory& appdata) {
+    for (const std::string& name : find_set_aside(appdata))
+        try {
+            appdata.remove_tree(name);
+        } catch (const tree_error&) { // the next change tries again
+        }
+    if (!appdata.has(tree_names::staging))
+        return;
+    try {
+        appdata.remove_tree(tree_names::staging);
+    } catch (const tree_error&) {
+        std::string aside;
+        for (int number = 1; aside.empty() || appdata.has(aside); ++number)
+            aside = std::string(tree_names::set_aside) + std::to_string(number);
+        appdata.rename(tree_names::staging, appdata, aside);
+    }
+}
+
+Mount mount_for_changes(const Directory& appdata, const Options& options) {
+    if (options.only_mount)
+        return {};
+    Mount mount = Mount::of(appdata);
+    if (!mount.danger.empty())
+        throw tree_error("change", appdata.path_of(""),
+                         mount.danger + " Say that this is the only mount that changes the tree, "
+                                        "if it is.");
+    return mount;
+}
+
+// Waits until this host has forgotten what it knew before another one's change.
+void wait_for_caches(const Options& options) {
+    using namespace std::chrono_literals;
+    using Seconds = std::chrono::duration<double>; // of which no limit is too large
+    const auto begin = std::chrono::steady_clock::now();
+    for (;;) {
+        const Seconds left =
+            Seconds(options.cache_timeout) - (std::chrono::steady_clock::now() - begin);
+        if (left <= 0s)
+            return;
+        if (options.on_wait)
+            options.on_wait(a_process_elsewhere);
+        std::this_thread::sleep_for(std::min(left, Seconds(100ms)));
+    }
+}
+
+// Sees what another host did, and rolls back what it could not complete.
+std::optional<Recovery> recover_for_change(const Directory& appdata, FileLock& lock,
+                                           const Options& options) {
+    const auto& text = lock.from_elsewhere();
+    if (text && !text->is_older_than(options.cache_timeout))
+        wait_for_caches(options);
+    auto recovery = recover(appdata, options.durability);
+    const bool was_rolled_back = recovery && recovery->was_rolled_back;
+    const bool is_as_left = text ? is_as_left_by(*text, appdata) : true;
+    if (!is_as_left && !was_rolled_back && text->state != LockText::State::changing)
+        require_written_since(*text, appdata); // or the caches hold more for longer
+    if (was_rolled_back || !is_as_left)
+        lock.forget_change();
+    else if (text)
+        lock.see_change();
+    return recovery;
+}
+
 } // namespace
+
+std::vector<std::string> find_set_aside(const Directory& appdata) {
+    std::vector<std::string> names;
+    for (const Directory::Entry& entry : appdata.entries())
+        if (entry.name.starts_with(tree_names::set_aside))
+            names.push_back(entry.name);
+    return names;
+}
+
+LockedTree::LockedTree(Directory directory, const Options& options)
+    : appdata(std::move(directory)),
+      mount(mount_for_changes(appdata, options)),
+      lock(appdata, {options.on_wait, options.wait_at_most}, mount),
+      recovery(recover_for_change(appdata, lock, options)) {}
 
 std::vector<std::string> roll_back(const Directory& appdata, const Directory& journal,
                                    const Manifest& manifest, Durability durability) {
@@ -170,7 +275,7 @@ std::vector<std::string> roll_back(const Directory& appdata, const Directory& jo
     auto others = rollback.files_of_others();
     if (is_durable)
         rollback.flush(); // before `.undo` goes, as the change itself ends
-    appdata.rename(tree_names::undo, appdata, tree_names::staging);
+    leave_undo(appdata, journal);
     if (is_durable)
         appdata.flush_folder("");
     return others;
@@ -189,22 +294,25 @@ Remains find_remains(const Directory& appdata) {
 
 std::optional<Recovery> recover(const Directory& appdata, Durability durability) {
     const Remains remains = find_remains(appdata);
+    drop_staging(appdata);
     if (remains == Remains::none)
         return std::nullopt;
     Recovery recovery;
-    appdata.remove_tree(tree_names::staging);
     if (remains == Remains::to_drop)
         return recovery;
     try {
         const Directory journal = appdata.subdirectory(tree_names::undo);
-        for (const std::string& name :
-             roll_back(appdata, journal, Manifest::read(journal), durability))
-            recovery.kept.push_back(appdata.path_of(name));
+        const Manifest manifest = Manifest::read(journal);
+        if (manifest.is_empty())
+            remove_undo(appdata, journal);
+        else
+            for (const std::string& name : roll_back(appdata, journal, manifest, durability))
+                recovery.kept.push_back(appdata.path_of(name));
     } catch (const tree_error& error) {
         throw tree_error(error, tree_error::Outcome::interrupted,
                          "an earlier change was interrupted, and cannot be rolled back");
     }
-    appdata.remove_tree(tree_names::staging);
+    drop_staging(appdata);
     recovery.was_rolled_back = true;
     return recovery;
 }

@@ -6,18 +6,19 @@
 #include "install/tree/change.hpp"
 #include "install/tree/disk/directory.hpp"
 #include "install/tree/disk/file_lock.hpp"
+#include "install/tree/disk/mount.hpp"
 #include "install/tree/journal/manifest.hpp"
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace install::tree {
 
-// Puts back every old file, removes every new one, and makes `.undo` `.staging` again. Returns the
-// names of files that stay because another program wrote them since. `journal` is the directory
-// `.undo`; the caller holds the lock. Throws tree_error; it can be repeated, also after a crash.
+// Puts back every old file, removes every new one, and makes `.undo` `.staging` again, or removes
+// it where it cannot be renamed. Returns the names of files that stay because another program wrote
+// them since. `journal` is the directory `.undo`; the caller holds the lock. Throws tree_error; it
+// can be repeated, also after a crash.
 std::vector<std::string> roll_back(const Directory& appdata, const Directory& journal,
                                    const Manifest& manifest, Durability durability);
 
@@ -37,15 +38,17 @@ enum class Remains {
 // The caller holds the lock. Throws tree_error.
 std::optional<Recovery> recover(const Directory& appdata, Durability durability);
 
+// Returns the names of what could not be removed, and was put aside. Each change tries again.
+[[nodiscard]] std::vector<std::string> find_set_aside(const Directory& appdata);
+
 // The directory of a tree's files, locked until this is destroyed. An interrupted change has been
-// recovered.
+// recovered, and what another host did is seen.
 struct LockedTree {
-    LockedTree(Directory directory, const Options& options)
-        : appdata(std::move(directory)),
-          lock(appdata, {options.on_wait, options.wait_at_most}),
-          recovery(recover(appdata, options.durability)) {}
+    // Throws tree_error, too, where locks do not exclude other mounts.
+    LockedTree(Directory directory, const Options& options);
 
     Directory appdata;
+    Mount mount;
     FileLock lock;
     std::optional<Recovery> recovery; // none where there was nothing to do
 };

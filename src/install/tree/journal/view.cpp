@@ -3,13 +3,13 @@
 #include "install/tree/journal/recovery.hpp"
 #include "install/tree_names.hpp"
 
-#include <chrono>
 #include <cstddef>
 #include <thread>
 
 namespace install::tree {
 
-View::State::State(const Directory& appdata) : changes(counted_changes(appdata)) {
+View::State::State(const Directory& appdata, std::uint64_t counted_changes)
+    : changes(counted_changes) {
     std::size_t index = 0;
     for (const char* const name : {tree_names::undo, tree_names::contents_map,
                                    tree_names::installed_record, tree_names::receipts}) {
@@ -20,7 +20,11 @@ View::State::State(const Directory& appdata) : changes(counted_changes(appdata))
     }
 }
 
-View::View(const Directory& appdata, bool sees_others) : appdata_(appdata), state_(appdata) {
+View::View(const Directory& appdata, const Mount& mount, bool sees_others)
+    : appdata_(appdata),
+      mount_(mount),
+      lock_text_(read_lock_text(appdata, mount)),
+      state_(appdata, lock_text_.changes) {
     try {
         open_undo();
         if (sees_others && old_)
@@ -36,6 +40,8 @@ void View::open_undo() {
         return;
     undo_ = appdata_.subdirectory(tree_names::undo);
     manifest_ = Manifest::read(*undo_);
+    if (manifest_.is_empty())
+        return;
     old_ = undo_->subdirectory(journal_names::old);
     for (const Manifest::Entry& entry : manifest_.entries)
         changed_.emplace(entry.file.name, entry.kind != ChangeStep::Kind::create);
@@ -72,21 +78,57 @@ std::vector<std::string> View::files_of_others() const {
 }
 
 bool View::is_current() const {
-    return State(appdata_) == state_;
+    return State(appdata_, read_lock_text(appdata_, mount_).changes) == state_;
 }
 
-void prepare_retry(const Directory& appdata, int retries, std::optional<FileLock>& lock) {
-    constexpr int retries_without_lock = 8;
+std::optional<LockText> View::from_elsewhere() const {
+    if (!mount_.is_shared || lock_text_.process == 0)
+        return std::nullopt;
+    LockText own;
+    own.sign(appdata_.status(".").device);
+    return lock_text_.is_seen_by(own) ? std::nullopt : std::optional(lock_text_);
+}
+
+Retries::Retries(const Directory& appdata, const Options& options)
+    : appdata_(appdata),
+      mount_(options.only_mount ? Mount() : Mount::of(appdata)),
+      cache_timeout_(options.cache_timeout) {}
+
+bool Retries::accepts(const View& view, bool looks_wrong) {
+    using Seconds = std::chrono::duration<double>; // of which no limit is too large
+    if (!view.is_current())
+        return false;
+    const auto text = view.from_elsewhere();
+    if (!text)
+        return true;
+    const auto now = std::chrono::steady_clock::now();
+    if (*text != from_elsewhere_) {
+        from_elsewhere_ = *text;
+        since_ = now;
+    }
+    const bool is_seen =
+        text->is_older_than(cache_timeout_) || Seconds(now - since_) >= Seconds(cache_timeout_);
+    if (!is_seen)
+        return !looks_wrong && is_as_left_by(*text, view);
+    if (text->state != LockText::State::changing) // or that has died
+        require_written_since(*text, view);
+    return true;
+}
+
+void Retries::wait() {
+    using namespace std::chrono_literals;
+    const auto pause = mount_.is_shared ? 20ms : 1ms;
+    const int retries_without_lock = mount_.is_shared ? 100 : 8;
     constexpr int most_retries = 2000; // a few seconds, where there is no right to lock
-    if (retries == most_retries)
-        throw tree_error("read", appdata.path_of(""), "It is changed again and again.");
+    if (++count_ == most_retries)
+        throw tree_error("read", appdata_.path_of(""), "It is changed again and again.");
     try {
-        if (retries == retries_without_lock)
-            lock.emplace(appdata, FileLock::Shared());
+        if (count_ == retries_without_lock)
+            lock_.emplace(appdata_, FileLock::Shared());
     } catch (const tree_error&) { // no right to read the file, or none there
     }
-    if (retries > retries_without_lock)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (count_ > retries_without_lock || mount_.is_shared)
+        std::this_thread::sleep_for(pause);
 }
 
 } // namespace install::tree

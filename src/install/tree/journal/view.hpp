@@ -2,12 +2,15 @@
 
 #pragma once
 
+#include "install/tree/change.hpp"
 #include "install/tree/disk/directory.hpp"
 #include "install/tree/disk/file_lock.hpp"
+#include "install/tree/disk/mount.hpp"
 #include "install/tree/journal/manifest.hpp"
 #include "install/tree/tree_error.hpp"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -22,7 +25,7 @@ class View {
 public:
     // Keeps a reference to `appdata`. With `sees_others`, which takes longer, files are seen that
     // other programs wrote since a change was interrupted, as they are once that is rolled back.
-    explicit View(const Directory& appdata, bool sees_others = false);
+    explicit View(const Directory& appdata, const Mount& mount = {}, bool sees_others = false);
 
     // As those of Directory.
     [[nodiscard]] std::string path_of(const std::string& name) const {
@@ -46,15 +49,19 @@ public:
     // Why the interrupted change cannot be understood; the tree is then seen as it stands.
     [[nodiscard]] const std::optional<tree_error>& fault() const noexcept { return fault_; }
 
-    // Whether everything that was read until now is of one state.
+    // Whether everything that was read until now is of one state, as far as this host sees the
+    // files.
     [[nodiscard]] bool is_current() const;
+    // What another mount left of the last change, whose files this one may not see yet; nothing
+    // where this cannot be.
+    [[nodiscard]] std::optional<LockText> from_elsewhere() const;
 
     [[nodiscard]] const Directory& appdata() const noexcept { return appdata_; }
 
 private:
     // What every change, and every other program's write of a shared file, makes another one.
     struct State {
-        explicit State(const Directory& appdata);
+        State(const Directory& appdata, std::uint64_t counted_changes);
         bool operator==(const State&) const = default;
         std::uint64_t changes = 0;
         // Device, inode, size, and both times. A change that was rolled back has left the old file,
@@ -67,6 +74,8 @@ private:
     [[nodiscard]] const Directory* directory_of(const std::string& name) const;
 
     const Directory& appdata_;
+    Mount mount_;
+    LockText lock_text_;
     State state_;
     std::optional<Directory> undo_; // these are there while a change is under way
     std::optional<Directory> old_;
@@ -75,24 +84,42 @@ private:
     std::optional<tree_error> fault_;
 };
 
-// Called before each further reading of a tree, waits for the changes that make it necessary.
-// Throws tree_error after too many.
-void prepare_retry(const Directory& appdata, int retries, std::optional<FileLock>& lock);
+// Reads a tree until what was read is of one committed state. Only where changes follow each other
+// so fast that no reading fits between them, it waits for the one that is under way, if the user
+// may read the file of the lock.
+class Retries {
+public:
+    Retries(const Directory& appdata, const Options& options);
 
-// Returns what `read` returns of a view, reading until no change overlapped. Only where changes
-// follow each other so fast that no reading fits between them, it waits for the one that is under
-// way, if the user may read the file of the lock.
-template <class Read>
-auto read_committed(const Directory& appdata, const Read& read) {
-    std::optional<FileLock> lock;
-    for (int retries = 0;; prepare_retry(appdata, ++retries, lock)) {
-        const View view(appdata);
+    [[nodiscard]] View view() const { return View(appdata_, mount_); }
+    // Whether what was read of a view counts. What looks wrong may only be what this host has not
+    // seen yet. Throws tree_error if it does not see it in time.
+    [[nodiscard]] bool accepts(const View& view, bool looks_wrong);
+    // Waits for what makes another reading necessary. Throws tree_error after too many.
+    void wait();
+
+private:
+    const Directory& appdata_;
+    Mount mount_;
+    std::chrono::milliseconds cache_timeout_;
+    int count_ = 0;
+    std::optional<FileLock> lock_;
+    LockText from_elsewhere_; // since then
+    std::chrono::steady_clock::time_point since_;
+};
+
+// Returns what `read` returns of a view; `looks_wrong` says of a result whether it has faults.
+template <class Read, class LooksWrong>
+auto read_committed(const Directory& appdata, const Options& options, const Read& read,
+                    const LooksWrong& looks_wrong) {
+    for (Retries retries(appdata, options);; retries.wait()) {
+        const View view = retries.view();
         try {
             auto result = read(view);
-            if (view.is_current())
+            if (retries.accepts(view, looks_wrong(result)))
                 return result;
         } catch (const tree_error&) {
-            if (view.is_current())
+            if (retries.accepts(view, true))
                 throw;
         }
     }

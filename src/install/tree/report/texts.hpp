@@ -9,7 +9,7 @@
 
 namespace install::tree {
 
-inline constexpr const char* not_regular = "This is not a regular file.";
+inline constexpr const char* not_regular_text = "This is not a regular file.";
 
 // Returns a text from a file as part of a sentence.
 inline std::string in_quotes(std::string_view text) {

@@ -75,7 +75,7 @@ Documents::Documents(const View& view) {
             if (status.type == Type::regular)
                 files.emplace(name, File{status.size, status.permissions & readers});
             else if (status.type != Type::nothing) // removed meanwhile
-                faults.push_back({Kind::not_regular, directory.path_of(file), not_regular});
+                faults.push_back({Kind::not_regular, directory.path_of(file), not_regular_text});
         } catch (const tree_error& error) {
             note(error);
         }
@@ -126,7 +126,7 @@ std::optional<Fault> fault_of_document(const View& view, const std::string& name
             if (!status.is_there())
                 return fault(Kind::missing, "The document is missing.");
             if (status.type != Type::regular)
-                return fault(Kind::not_regular, not_regular);
+                return fault(Kind::not_regular, not_regular_text);
             known_size = status.size;
         }
         if (expected == nullptr)

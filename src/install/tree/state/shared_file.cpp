@@ -107,7 +107,7 @@ void SharedFile::read(const View& view) {
     if (!seen_.is_there())
         return;
     if (is_not_regular())
-        throw tree_error("read", path_, not_regular);
+        throw tree_error("read", path_, not_regular_text);
     if (seen_.size > most_bytes)
         throw tree_error("read", path_, "The file has more than 1 GiB, and is not read.");
     if (auto bytes = view.read(name_)) {
@@ -142,7 +142,7 @@ std::optional<Fault> SharedFile::fault() const {
     if (is(State::missing))
         return Fault{Kind::missing, path_, "There is no file."};
     if (is_not_regular())
-        return Fault{Kind::not_regular, path_, not_regular};
+        return Fault{Kind::not_regular, path_, not_regular_text};
     if (failure_)
         return Fault{Kind::unreadable, path_, failure_->what()};
     return Fault{Kind::damaged, path_, described(text_, diagnosis_)};

@@ -1,0 +1,51 @@
+#include "install/tree/disk/spelling.hpp"
+
+#include "install/tree/report/texts.hpp"
+#include "install/tree/tree_error.hpp"
+
+#include <algorithm>
+
+namespace install::tree {
+
+namespace {
+
+std::string leaf_of(const std::string& name) {
+    return name.substr(name.rfind('/') + 1);
+}
+
+// Returns `name` with its last component in the other case, where that is ASCII.
+std::string in_other_case(std::string name) {
+    std::for_each(name.end() - std::ptrdiff_t(leaf_of(name).size()), name.end(), [](char& byte) {
+        const char lower = static_cast<char>(byte | 0x20);
+        if (lower >= 'a' && lower <= 'z')
+            byte = static_cast<char>(byte ^ 0x20);
+    });
+    return name;
+}
+
+} // namespace
+
+bool Spelling::is_other(const std::string& name) {
+    if (!ignores_case_)
+        ignores_case_ = directory_.has(in_other_case(name));
+    if (!*ignores_case_)
+        return false;
+    const auto [folder, is_new] = names_.try_emplace(parent_of(name));
+    if (is_new)
+        for (Directory::Entry& entry : directory_.entries(folder->first))
+            folder->second.insert(std::move(entry.name));
+    return !folder->second.contains(leaf_of(name));
+}
+
+void Spelling::refuse(const Directory& directory, const std::string& name) {
+    const FileStatus found = directory.status(name);
+    std::string other = "another spelling of it";
+    const std::string folder = parent_of(name) + '/';
+    for (const Directory::Entry& entry : directory.entries(parent_of(name)))
+        if (directory.status(folder + entry.name).is_same_file(found))
+            other = in_quotes(entry.name);
+    throw tree_error("write", directory.path_of(name),
+                     "This file system takes the name for that of " + other + '.');
+}
+
+} // namespace install::tree

@@ -1,0 +1,126 @@
+// Trees on file systems whose names and contents a host may see late, after another host's change.
+
+#include "install/tree/health.hpp"
+#include "install/tree/install_tree.hpp"
+#include "support/disk_calls.hpp"
+#include "support/failure.hpp"
+#include "support/trees.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include <linux/magic.h>
+
+namespace {
+
+using namespace install::tree;
+using namespace test;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+// A tree with the product A, which another host has changed last, and its earlier contents map.
+class OtherHost : public testing::Test {
+protected:
+    OtherHost() {
+        InstallTree(tree.upath()).write({selection(u"earlier")});
+        fs::copy(tree.path(contents_map), tree.path("earlier"));
+        fs::last_write_time(tree.path("earlier"), fs::file_time_type::clock::now() - 1h);
+        InstallTree(tree.upath()).write({selection(u"A")});
+        say(" - ");
+        options.cache_timeout = 1ms;
+        options.on_wait = [this](std::int64_t process) {
+            EXPECT_EQ(process, a_process_elsewhere);
+            ++waits;
+            see();
+        };
+    }
+
+    // Leaves the text of another host, which is changing the tree, or is not.
+    void say(const std::string& state) const {
+        std::string text = tree.content("appdata/.lock");
+        const auto second = text.find('\n') + 1;
+        const auto boot = text.find(' ', second) + 1;
+        text.replace(boot, 8, "00000000");
+        const auto end = text.find('\n', second);
+        const auto host = text.rfind(' ', end);
+        const auto before = text.rfind(' ', host - 1);
+        text.replace(before, end - before, state + "elsewhere");
+        tree.write("appdata/.lock", text);
+    }
+    // What this host has in its caches is what was there before; and that it sees the change.
+    void see_late() const {
+        fs::rename(tree.path(contents_map), tree.path("latest"));
+        fs::copy(tree.path("earlier"), tree.path(contents_map));
+        fs::last_write_time(tree.path(contents_map), fs::last_write_time(tree.path("earlier")));
+    }
+    void see() const {
+        if (fs::exists(tree.path("latest")))
+            fs::rename(tree.path("latest"), tree.path(contents_map));
+    }
+
+    TemporaryDirectory tree;
+    Options options;
+    int waits = 0;
+    ReportedFileSystem type{NFS_SUPER_MAGIC};
+};
+
+TEST_F(OtherHost, IsWaitedForBeforeAChange) {
+    see_late();
+    InstallTree(tree.upath(), options).write({selection(u"B")});
+    EXPECT_EQ(waits, 1);
+    InstallTree(tree.upath(), options).write({selection(u"C")}); // after one of its own
+    EXPECT_EQ(waits, 1);
+    EXPECT_EQ(InstallTree(tree.upath()).list().contents.size(), 4U);
+}
+
+TEST_F(OtherHost, IsNotOverwrittenByWhatIsStale) {
+    const std::string refusal = "prodcontents.json: It is not what another host left there";
+    see_late();
+    options.on_wait = nullptr;
+    InstallTree late(tree.upath(), options);
+    EXPECT_NE(failure_of([&] { late.write({selection(u"B")}); }).find(refusal), std::string::npos);
+    EXPECT_NE(failure_of([&] { return late.list(); }).find(refusal), std::string::npos);
+    options.only_mount = true; // which its user has to know
+    InstallTree(tree.upath(), options).write({selection(u"B")});
+    EXPECT_EQ(InstallTree(tree.upath()).list().contents.size(), 2U);
+}
+
+// A program that leaves no text has written since; or the other host has died.
+TEST_F(OtherHost, IsNotWaitedForInVain) {
+    wait_for_later_time(tree);
+    selection(u"B").product->serialize(tree.upath(), {"hostpf"}, "en");
+    InstallTree(tree.upath(), options).write({selection(u"C")});
+    say(" changing ");
+    see_late();
+    options.on_wait = nullptr;
+    EXPECT_EQ(InstallTree(tree.upath(), options).list().contents.size(), 1U);
+    InstallTree(tree.upath(), options).write({selection(u"D")});
+}
+
+// What looks wrong is looked at again.
+TEST_F(OtherHost, IsSeenLateByReaders) {
+    const fs::path document = tree.path(products + "A 1 en.xml");
+    fs::rename(document, tree.path("unseen"));
+    see_late();
+    std::thread other([&] {
+        std::this_thread::sleep_for(20ms);
+        fs::rename(tree.path("unseen"), document);
+        see();
+    });
+    const Health health = inspect(tree.upath());
+    other.join();
+    EXPECT_EQ(kinds_of(health.problems), "");
+    EXPECT_EQ(health.listing.contents.size(), 2U);
+}
+
+// Where others cannot be told, nothing is changed.
+TEST_F(OtherHost, MustBeTold) {
+    fs::create_hard_link(tree.path("appdata/.lock"), tree.path("other"));
+    const std::string failure =
+        failure_of([&] { InstallTree(tree.upath(), options).write({selection(u"B")}); });
+    EXPECT_NE(failure.find("Other hosts would not know of the change"), std::string::npos);
+}
+
+} // namespace
