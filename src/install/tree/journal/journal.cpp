@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include <linux/magic.h>
+
 namespace install::tree {
 
 namespace {
@@ -60,7 +62,7 @@ void Journal::announce(std::size_t files) {
     progress_.begin(Progress::Phase::stage, files);
 }
 
-// Gives what is at `name` another name, and returns what it is.
+// Keeps what is at `name`, and returns what it is.
 FileStatus Journal::stage_old(const std::string& name) {
     if (is_in_new_folder(name))
         return {};
@@ -72,8 +74,17 @@ FileStatus Journal::stage_old(const std::string& name) {
     if (found.is_there() && is_document(name) && spelling_.is_other(name))
         Spelling::refuse(appdata_, name);
     if (found.is_there())
-        appdata_.link_or_copy(name, old_, name, &staging_.like);
+        keep(name, old_, name);
     return found;
+}
+
+// Gives a file a second name. Where a program has the files, that may change what the system knows
+// of them, by which shared files are compared.
+void Journal::keep(const std::string& name, const Directory& other, const std::string& other_name) {
+    if (is_document(name) || appdata_.file_system_type() != FUSE_SUPER_MAGIC)
+        appdata_.link_or_copy(name, other, other_name, &staging_.like);
+    else
+        appdata_.copy(name, other, other_name);
 }
 
 void Journal::add_missing_folders(const std::string& name) {
@@ -129,7 +140,7 @@ void Journal::replace_own(const std::string& name, std::string_view bytes) {
 
 void Journal::keep_copy(const std::string& name, const std::string& copy) {
     const FileStatus old = stage_old(copy);
-    appdata_.link_or_copy(name, files_, copy, &staging_.like);
+    keep(name, files_, copy);
     manifest_.entries.push_back({kind_of(old), {copy, 0, std::nullopt}, true});
     progress_.step();
 }
