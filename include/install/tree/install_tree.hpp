@@ -59,8 +59,19 @@ struct Receipt {
         std::uint64_t size; ///< in bytes
         std::string sha256; ///< 64 hexadecimal digits
     };
-    std::string key;                                       ///< of the contents map
-    std::string basecode;                                  ///< of the installed record
+    std::string key;      ///< of the contents map, in UTF-8
+    std::string basecode; ///< of the installed record, in UTF-8
+    /// \name Of the product and its selection
+    /// In UTF-8. Empty in receipts of earlier versions of the library.
+    /// @{
+    std::string name;    ///< of the product
+    std::string version; ///< of the product
+    /// The tags of the platforms that have a document: one for each of `documents` but that of the
+    /// locale, in the same order.
+    std::vector<std::string> platforms;
+    /// The tag of the locale if that has a document, which is the last one; empty if it has none.
+    std::string locale;
+    /// @}
     std::chrono::sys_time<std::chrono::milliseconds> time; ///< of the change
     std::vector<Document> documents;                       ///< in the order of the list
 };

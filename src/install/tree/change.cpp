@@ -107,18 +107,18 @@ void leave_needed(std::set<std::string>& doomed, const Plan& plan, const FoundTr
 
 // Sets the entries of a product, and its receipt.
 void set_entries(Plan::Entry& entry, long long milliseconds, FoundTree& tree) {
-    Receipt receipt = {
-        entry.key, entry.basecode, InstallTree::Time(std::chrono::milliseconds(milliseconds)), {}};
+    Receipt& receipt = entry.receipt;
+    receipt.time = InstallTree::Time(std::chrono::milliseconds(milliseconds));
     auto document = entry.listed.begin();
     for (const Value& path : entry.paths.get<ValueVector>()) {
         const FileRecord& file = (*document++)->written;
         receipt.documents.push_back(
             {path.get<std::string>(), file.size, hexadecimal(file.digest.value())});
     }
-    tree.contents.set(entry.key, std::move(entry.paths));
-    tree.record.set(entry.basecode, Value(milliseconds));
+    tree.contents.set(receipt.key, std::move(entry.paths));
+    tree.record.set(receipt.basecode, Value(milliseconds));
     if (!tree.receipts.is_not_regular())
-        tree.receipts.set(entry.key, value_of(receipt));
+        tree.receipts.set(receipt.key, value_of(receipt));
 }
 
 std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options,

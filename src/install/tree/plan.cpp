@@ -27,37 +27,43 @@ std::string required_document_name(const std::string& path) {
     return document_name(path).value();
 }
 
-// Adds the documents of a selection, which are those that `paths` lists, and returns them in the
-// same order.
-std::vector<const Plan::Document*> add_documents(const ProductSelection& selection,
-                                                 const ValueVector& paths, Plan& plan) {
+// Adds the documents of a selection, which are those that the entry lists, in the same order.
+void add_documents(const ProductSelection& selection, Plan::Entry& entry, Plan& plan) {
     const ProductImpl& product = *selection.product;
-    std::vector<const Plan::Document*> added;
-    added.reserve(paths.size());
+    const auto& paths = entry.paths.get<ValueVector>();
+    entry.listed.reserve(paths.size());
     auto path = paths.begin();
     const auto add = [&](Plan::Getter getter, const std::string& tag) {
         const auto [document, is_new] =
             plan.documents.insert_or_assign(required_document_name((path++)->get<std::string>()),
                                             Plan::Document{&product, getter, &tag});
-        added.push_back(&document->second);
+        entry.listed.push_back(&document->second);
     };
     for (const std::string& platform : selection.platforms)
-        if (product.shouldWritePlatformXml(platform))
+        if (product.shouldWritePlatformXml(platform)) {
             add(&ProductImpl::getPlatformXml, platform);
-    if (product.shouldWriteLocaleXml(selection.locale))
+            entry.receipt.platforms.push_back(platform);
+        }
+    if (product.shouldWriteLocaleXml(selection.locale)) {
         add(&ProductImpl::getLocaleXml, selection.locale);
-    return added;
+        entry.receipt.locale = selection.locale;
+    }
 }
 
 void add_product(const Layout& layout, const ProductSelection& selection, Plan& plan) {
     const ProductImpl& product = *selection.product;
-    ValueVector paths =
-        product.getRelativeXmlPaths(layout.root, selection.platforms, selection.locale);
-    auto listed = add_documents(selection, paths, plan);
-    const ustring key = product_impl::utils::getNameVersionPlatformKey(
-        product.getName(), product.getVersion(), tree_names::utf16(tree_names::entry_tag));
-    plan.entries.push_back({ustring_to_utf8(key), Value(std::move(paths)), std::move(listed),
-                            ustring_to_utf8(product.getBasecode())});
+    Plan::Entry entry;
+    entry.paths =
+        Value(product.getRelativeXmlPaths(layout.root, selection.platforms, selection.locale));
+    add_documents(selection, entry, plan);
+    const ustring name = product.getName();
+    const ustring version = product.getVersion();
+    entry.receipt.key = ustring_to_utf8(product_impl::utils::getNameVersionPlatformKey(
+        name, version, tree_names::utf16(tree_names::entry_tag)));
+    entry.receipt.basecode = ustring_to_utf8(product.getBasecode());
+    entry.receipt.name = ustring_to_utf8(name);
+    entry.receipt.version = ustring_to_utf8(version);
+    plan.entries.push_back(std::move(entry));
 }
 
 } // namespace

@@ -27,10 +27,9 @@ struct Plan {
 
     // A product's entries.
     struct Entry {
-        std::string key;                     // of the contents map
-        foundation::json::Value paths;       // its list
+        Receipt receipt;                     // all but its time and its documents
+        foundation::json::Value paths;       // the list in the contents map
         std::vector<const Document*> listed; // the documents in it, in its order
-        std::string basecode;                // of the installed record
     };
 
     // By their names in appdata. Of several with one name, the last one is left.
