@@ -75,8 +75,8 @@ TEST(Receipts, AreThoseOfTheLastWrite) {
                                       member + "}}");
         const auto found = tree.list().receipts;
         ASSERT_EQ(found.size(), is_receipt ? 1U : 0U) << member;
-        if (is_receipt)
-            EXPECT_EQ(found[0].name + found[0].version + found[0].platforms.at(1), "nvq");
+        for (const Receipt& receipt : found)
+            EXPECT_EQ(receipt.name + receipt.version + receipt.platforms.at(1), "nvq");
     }
 }
 
