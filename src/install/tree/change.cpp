@@ -33,6 +33,7 @@ struct StagedChange {
     LockedTree tree;
     Journal journal;
     std::vector<InstalledProduct> removed; // with the basecodes that are
+    std::vector<SkippedDocument> skipped;
 };
 
 namespace {
@@ -123,9 +124,11 @@ void set_entries(Plan::Entry& entry, long long milliseconds, FoundTree& tree) {
 
 std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options,
                                     const Change& change) {
-    constexpr std::size_t shared_files = 6; // three, and what they were
     Plan plan = plan_write(layout, change.write);
+    if (options.missing_documents == MissingDocuments::refuse)
+        require_no_skipped(layout, plan);
     auto staged = std::make_unique<StagedChange>(open_tree(layout, !change.write.empty()), options);
+    staged->skipped = std::move(plan.skipped);
     Journal& journal = staged->journal;
     const View view(staged->tree.appdata);
     FoundTree tree(view);
@@ -133,7 +136,9 @@ std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options
     staged->removed = take_receipts(change.remove, tree);
     std::set<std::string> doomed = remove_entries(staged->removed, tree);
     leave_needed(doomed, plan, tree);
-    journal.announce(plan.documents.size() + doomed.size() + shared_files);
+    if (!plan.entries.empty())
+        tree.expect_edits();
+    journal.announce(plan.documents.size() + doomed.size() + tree.count_files_to_put());
     for (auto& [name, document] : plan.documents)
         document.written = journal.replace(name, document.text());
     const long long milliseconds = milliseconds_since_epoch();
@@ -166,6 +171,10 @@ std::vector<ChangeStep> PreparedChange::steps() const {
 
 std::vector<InstalledProduct> PreparedChange::removed() const {
     return staged_ ? staged_->removed : std::vector<InstalledProduct>();
+}
+
+std::vector<SkippedDocument> PreparedChange::skipped() const {
+    return staged_ ? staged_->skipped : std::vector<SkippedDocument>();
 }
 
 void PreparedChange::commit() {

@@ -35,11 +35,16 @@ struct Plan {
     // By their names in appdata. Of several with one name, the last one is left.
     std::map<std::string, Document> documents;
     std::vector<Entry> entries; // in the order of the products
+    std::vector<SkippedDocument> skipped;
+    std::string reason_of_first; // why the first of them is, as a sentence
 };
 
 // The selections must outlive the plan. Throws what InstallTree::write throws before it touches the
 // tree.
 [[nodiscard]] Plan plan_write(const Layout& layout,
                               const std::vector<ProductSelection>& selections);
+
+// Throws tree_error if a tag has no document.
+void require_no_skipped(const Layout& layout, const Plan& plan);
 
 } // namespace install::tree
