@@ -82,14 +82,20 @@ std::string Style::in_colour(const char* code, std::string_view text) const {
 }
 
 void print_listing(std::ostream& stream, const Listing& listing) {
-    std::vector<std::vector<std::string>> rows{{"PRODUCT", "BASECODE", "FILES", "LAST WRITE"}};
-    for (const auto& [entry, receipt] : products_of(listing))
+    std::vector<std::vector<std::string>> rows{
+        {"PRODUCT", "NAME", "VERSION", "BASECODE", "FILES", "LAST WRITE"}};
+    for (const Product& product : products_of(listing)) {
+        const auto* const receipt = product.receipt;
+        const auto* const names = receipt_with_names(product);
         rows.push_back(
-            {printable_text(entry->key), receipt ? printable_text(receipt->basecode) : "-",
-             std::to_string(entry->paths.size()), receipt ? iso_time(receipt->time) : "-"});
+            {printable_text(product.entry->key), names ? printable_text(names->name) : "-",
+             names ? printable_text(names->version) : "-",
+             receipt ? printable_text(receipt->basecode) : "-",
+             std::to_string(product.entry->paths.size()), receipt ? iso_time(receipt->time) : "-"});
+    }
     for (const RecordEntry& entry : unclaimed_record_of(listing))
-        rows.push_back({"-", printable_text(entry.basecode), "-", iso_time(entry.time)});
-    print_table(stream, rows, 2);
+        rows.push_back({"-", "-", "-", printable_text(entry.basecode), "-", iso_time(entry.time)});
+    print_table(stream, rows, 4);
 }
 
 void print_keys(std::ostream& stream, const Listing& listing) {
