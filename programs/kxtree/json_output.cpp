@@ -140,6 +140,12 @@ std::string removal_as_json(const Removal& removal) {
          {"changed", Value(removal.done)}});
 }
 
+std::string prune_as_json(const install::tree::PruneReport& report, bool has_changed) {
+    return as_line({{"documents", list(report.documents, text)},
+                    {"notes", faults_as_json(report.notes)},
+                    {"changed", Value(has_changed)}});
+}
+
 std::string repair_as_json(const RepairResult& repair) {
     const auto& report = repair.report;
     return as_line(

@@ -1,12 +1,14 @@
 #include "output.hpp"
 
 #include "install/tree/printable_text.hpp"
+#include "install/tree_names.hpp"
 #include "iso_time.hpp"
 #include "products.hpp"
 #include "shell_text.hpp"
 #include "state.hpp"
 #include "table.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -48,6 +50,16 @@ std::string counted(std::size_t count, const char* what) {
 std::string environment(const char* name) {
     const char* const value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+// Whether a prune may find something.
+bool has_unlisted_documents(const Health& health) {
+    const auto is_one = [](const Fault& fault) {
+        return fault.kind == Fault::Kind::not_listed &&
+               fault.path.ends_with(install::tree_names::document_suffix);
+    };
+    return std::ranges::any_of(health.problems, is_one) ||
+           std::ranges::any_of(health.notes, is_one);
 }
 
 // A dry run that would change nothing is no different from a repair.
@@ -113,9 +125,13 @@ void print_documents(std::ostream& stream,
     print_table(stream, rows, 0);
 }
 
-void print_health(std::ostream& stream, const Health& health, const Style& style) {
+void print_health(std::ostream& stream, const Health& health, const std::string& root_argument,
+                  const Style& style) {
     print_faults(stream, style.bad("Problems"), health.problems);
     print_faults(stream, style.doubtful("Notes"), health.notes);
+    if (has_unlisted_documents(health))
+        stream << "To see which documents nobody needs, run: "
+               << command_line("prune", root_argument) << " --dry-run\n";
     const std::string problems = counted(health.problems.size(), "problem");
     stream << counted(health.listing.contents.size(), "product") << ", "
            << counted(health.documents, "document") << ", "
@@ -138,6 +154,19 @@ void print_removal(std::ostream& stream, const Removal& removal) {
     }
     for (const std::string& document : removal.documents)
         stream << "  " << printable_text(document) << '\n';
+}
+
+void print_prune(std::ostream& stream, const install::tree::PruneReport& report, bool has_changed,
+                 const Style& style) {
+    const auto& documents = report.documents;
+    if (documents.empty())
+        stream << "Nothing to remove.\n";
+    else
+        stream << (has_changed ? "Removed " : "Would remove ")
+               << counted(documents.size(), "document") << " that no entry lists:\n";
+    for (const std::string& document : documents)
+        stream << "  " << printable_text(document) << '\n';
+    print_faults(stream, style.doubtful("Notes"), report.notes);
 }
 
 void print_repair(std::ostream& stream, const RepairResult& repair, const Style& style) {
