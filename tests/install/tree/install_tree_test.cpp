@@ -5,6 +5,8 @@
 
 #include "install/product_impl/utils/json_file.hpp"
 #include "install/tree/health.hpp"
+#include "install/tree/prune.hpp"
+#include "install/tree/repair.hpp"
 #include "support/disk_calls.hpp"
 #include "support/failing_allocation.hpp"
 #include "support/failure.hpp"
@@ -12,7 +14,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <map>
@@ -272,6 +276,29 @@ TEST(TreeApply, ReportsProgressAndRollsBackWhatTheObserverEnds) {
         const auto end = all.begin() + static_cast<std::ptrdiff_t>(std::min(last + 1, all.size()));
         EXPECT_EQ(seen, std::vector(all.begin(), end));
     }
+}
+
+TEST(TreeApply, CountsEveryFileOfEveryPhase) {
+    const TemporaryDirectory directory;
+    InstallTree(directory.upath()).write({selection(u"A"), selection(u"B")});
+    Progress last;
+    Options options;
+    options.on_progress = [&](const Progress& progress) {
+        const bool begins = progress.done == 0;
+        EXPECT_GE(begins ? last.done : last.done + 1, begins ? last.total : progress.done);
+        EXPECT_LE(progress.done, progress.total);
+        EXPECT_GE(progress.total, 1U);
+        last = progress;
+        std::this_thread::sleep_for(std::chrono::milliseconds(51)); // so that no file is left out
+    };
+    InstallTree(directory.upath(), options)
+        .apply({{{"A 1 hostpf", {}}}, {selection(u"B", u"<new/>"), selection(u"C")}});
+    directory.write(products + "D 1 en.xml", "");
+    prune(directory.upath(), RepairMode::apply, options);
+    directory.write(contents_map, "{");
+    repair(directory.upath(), RepairMode::apply, options);
+    EXPECT_EQ(last.phase, Progress::Phase::drop);
+    EXPECT_EQ(last.done, last.total);
 }
 
 // Writers and a remover that never pause, and readers beside them. Each change writes or removes a
