@@ -119,6 +119,15 @@ void add_remove(CLI::App& program, Request& request) {
     command.json();
 }
 
+void add_prune(CLI::App& program, Request& request) {
+    Command command(program, request, prune, "prune",
+                    "Removes documents that no entry lists, and no current receipt has",
+                    "prune /opt/kit --dry-run");
+    command.flag("--dry-run", request.dry_run, "Only says what it would do");
+    command.wait();
+    command.json();
+}
+
 void add_repair(CLI::App& program, Request& request) {
     Command command(program, request, repair, "repair",
                     "Says what it would do to repair a tree; with --apply does it",
@@ -187,7 +196,8 @@ std::variant<Request, ExitStatus> read_arguments(int argc, char** argv) {
     program.require_subcommand(1);
     program.footer("Example:\n  kxtree check /opt/kit");
     Request request;
-    for (const auto add : {add_list, add_files, add_owner, add_check, add_remove, add_repair})
+    for (const auto add :
+         {add_list, add_files, add_owner, add_check, add_remove, add_prune, add_repair})
         add(program, request);
     if (argc < 2) {
         std::cout << program.help();

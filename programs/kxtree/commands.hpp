@@ -13,6 +13,7 @@ namespace kxtree {
 [[nodiscard]] Result owner(const Request& request);
 [[nodiscard]] Result check(const Request& request);
 [[nodiscard]] Result remove(const Request& request);
+[[nodiscard]] Result prune(const Request& request);
 [[nodiscard]] Result repair(const Request& request);
 
 } // namespace kxtree

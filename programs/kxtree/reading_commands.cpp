@@ -91,7 +91,7 @@ Result check(const Request& request) {
     if (request.json)
         std::cout << health_as_json(health);
     else
-        print_health(std::cout, health, Style());
+        print_health(std::cout, health, request.root, Style());
     return {!health.is_complete ? failed : health.problems.empty() ? ok : problems};
 }
 

@@ -77,6 +77,8 @@ private:
     [[nodiscard]] bool is_in_new_folder(const std::string& name) const;
     void stage_new(FileRecord file, std::string_view bytes);
     void write_manifest();
+    template <class Visit>
+    void for_each_file_to_flush(const Visit& visit) const;
     void flush();
     bool flush_one_by_one();
     void begin_moving();
