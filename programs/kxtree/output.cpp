@@ -145,6 +145,10 @@ void print_health(std::ostream& stream, const Health& health, const std::string&
     stream << '\n';
 }
 
+void print_problems(std::ostream& stream, const Health& health) {
+    print_faults(stream, "Problems", health.problems);
+}
+
 void print_removal(std::ostream& stream, const Removal& removal) {
     for (const auto& product : removal.products) {
         stream << (removal.done ? "Removed " : "Would remove ") << printable_text(product.key);

@@ -37,6 +37,7 @@ void print_documents(std::ostream& stream,
                      const std::vector<install::tree::ListedDocument>& documents);
 void print_health(std::ostream& stream, const install::tree::Health& health,
                   const std::string& root_argument, const Style& style);
+void print_problems(std::ostream& stream, const install::tree::Health& health);
 void print_removal(std::ostream& stream, const Removal& removal);
 void print_prune(std::ostream& stream, const install::tree::PruneReport& report, bool has_changed,
                  const Style& style);
