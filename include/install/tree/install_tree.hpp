@@ -6,6 +6,8 @@
 ///     for (const ContentsEntry& entry : tree.list().contents)
 ///         std::cout << entry.key << '\n';
 ///
+/// examples/upgrade is a whole installer: a dry run, a question, a bar, and a way to cancel.
+///
 /// ProductImpl::serialize writes one product, in-place, and reports nothing of a failed write.
 /// InstallTree leaves the same files, for any number of products at once. When a change has
 /// returned, all of it is in the tree and on the disk; when it throws, or the process is killed, or
