@@ -34,10 +34,7 @@ commented && /^class / { print "///\n/// \\see " substr(FILENAME, index(FILENAME
 { commented = /^\/\/\// }
 
 # A page that a comment names.
-/^ *\/\/\// && match($0, /docs\/[a-z-]+\.md/) {
-    page = substr($0, RSTART, RLENGTH)
-    sub(page, "[&](" substr(page, 6) ")")
-}
+/^ *\/\/\// { gsub(/docs\/[a-z-]+\.md/, "[&](&)"); gsub(/\(docs\//, "(") }
 
 # Copies and destructors that the compiler writes, or must not write, need no comment.
 !/(&\)|~.*)( noexcept)? = (default|delete);$/
