@@ -35,9 +35,10 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
   set(hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "86|AMD64")
     list(APPEND hardening -fcf-protection)
+    set(marks ",-z,ibt,-z,shstk") # which the linker leaves out otherwise, as Debian's start files have none
   endif()
   set(kx_hardening "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening}>")
-  add_link_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:LINKER:-z,relro,-z,now>")
+  add_link_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:LINKER:-z,relro,-z,now${marks}>")
 endif()
 
 # Adds the library libkx<name>, shared or static as BUILD_SHARED_LIBS says. Its target is kx::<name>, here and
