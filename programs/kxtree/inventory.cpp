@@ -223,7 +223,7 @@ Edition next_edition() {
     const char* const text_end = text.data() + text.size();
     const auto [end, error] = std::from_chars(text.data(), text_end, seconds);
     if (error != std::errc() || end != text_end || seconds > last_second)
-        throw Failure("SOURCE_DATE_EPOCH is no number of seconds since 1970: " +
+        throw Failure("SOURCE_DATE_EPOCH is not a number of seconds since 1970: " +
                           install::tree::printable_text(text),
                       "to use the present time, run: unset SOURCE_DATE_EPOCH");
     return {

@@ -85,30 +85,33 @@ private:
     void inspect_remains() {
         const View& view = tree_.view;
         for (const std::string& name : find_set_aside(view.appdata()))
-            add_note(Kind::interrupted, view.path_of(name),
-                     "A change left this, and it could not be removed. Nothing reads it, and each "
-                     "change tries to remove it.");
+            add_note(
+                Kind::interrupted, view.path_of(name),
+                "A change could not remove this. Nothing reads it, and each later change tries "
+                "again to remove it.");
         if (const auto& fault = view.fault())
             return add_problem(
                 Kind::interrupted, fault->path(),
                 fault->what() + std::string("\nNeither a change nor a repair can roll this back: "
-                                            "rename .undo, and compare what is wrong then with "
-                                            "the files in it."));
+                                            "rename .undo, check the tree again, and compare "
+                                            "the problems with the files in it."));
         if (find_remains(view.appdata()) == Remains::none || is_locked(view.appdata()))
             return;
         const Remains remains = find_remains(view.appdata());
         if (remains == Remains::to_roll_back)
-            add_problem(Kind::interrupted, view.path_of(tree_names::undo),
-                        "A change was interrupted here. The next one, or a repair, rolls it back.");
+            add_problem(
+                Kind::interrupted, view.path_of(tree_names::undo),
+                "A change was interrupted here. The next change, or a repair, rolls it back.");
         else if (remains == Remains::to_drop)
-            add_problem(Kind::interrupted, view.path_of(tree_names::staging),
-                        "A change was interrupted here before it began, or after its end. The next "
-                        "one, or a repair, drops what it left.");
+            add_problem(
+                Kind::interrupted, view.path_of(tree_names::staging),
+                "A change was interrupted here before it began or after it was complete. The "
+                "next change, or a repair, drops what it left.");
         for (const std::string& path : view.files_of_others())
             add_note(
                 Kind::other_writer, path,
-                "Another program wrote this after a change was interrupted. It stays when that "
-                "is rolled back.");
+                "Another program wrote this file after a change was interrupted. It stays when "
+                "the change is rolled back.");
     }
 
     void inspect_shared_file(const SharedFile& file) {
@@ -116,14 +119,14 @@ private:
             health_.problems.push_back(std::move(*fault));
         if (file.trailing_bytes() > 0)
             add_note(Kind::trailing_bytes, file.path(),
-                     "After the object come " + std::to_string(file.trailing_bytes()) +
-                         " bytes, which the next write drops.");
+                     "The object is followed by trailing bytes: " +
+                         std::to_string(file.trailing_bytes()) + ". The next write drops them.");
         if (file.repeated_keys() > 0)
             add_note(Kind::repeated_key, file.path(),
-                     "The number of members whose keys it had before is " +
+                     "Members with the key of an earlier member: " +
                          std::to_string(file.repeated_keys()) +
-                         ". This library takes the first of each, as others may not, and the next "
-                         "write drops the rest.");
+                         ". This library ignores them, other programs may not, and the next write "
+                         "drops them.");
     }
 
     void inspect_entries() {
@@ -183,7 +186,7 @@ private:
         if (!fault) // the file system takes a file of another name for it
             fault = {Kind::missing,
                      tree_.view.path_of(*name),
-                     "There is only a document with another spelling of this name.",
+                     "There is only a document whose name has another spelling.",
                      {}};
         if (fault->kind == Kind::missing)
             fault->text += ' ' + entry + "it.";
@@ -221,7 +224,7 @@ private:
                 continue;
             else if (listed_.has_product_of(name))
                 add_note(Kind::not_listed, tree_.view.path_of(name),
-                         "A document of an earlier selection of its product.");
+                         "This document is from an earlier selection of its product.");
             else
                 add_problem(Kind::not_listed, tree_.view.path_of(name),
                             "No entry lists this document.");
@@ -259,9 +262,9 @@ private:
                 first = name;
         if (count > 0)
             add_note(Kind::fewer_readers, tree_.view.path_of(first),
-                     "Fewer users may read this document than may read the contents map" +
+                     "Fewer users may read this document than the contents map" +
                          (count == 1 ? std::string()
-                                     : "; in all, this holds for " + std::to_string(count)) +
+                                     : "; this holds for " + std::to_string(count) + " documents") +
                          '.');
     }
 
