@@ -1,5 +1,5 @@
 /// \file
-/// The installer's text type, as a name in its own namespace.
+/// The installer's string type, as a name in its own namespace.
 
 #pragma once
 
@@ -8,7 +8,7 @@
 /// The installer: models, components and products.
 namespace install {
 
-/// The text type: see fl::ustring.
+/// The string type: see fl::ustring.
 using fl::ustring;
 
 } // namespace install

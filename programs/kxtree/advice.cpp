@@ -17,7 +17,7 @@ using Kind = Fault::Kind;
 
 namespace {
 
-// Whether a product that is written again is what it ought to be.
+// Whether another write of the product repairs such a fault.
 bool is_of_products(Kind kind) {
     switch (kind) {
     case Kind::missing:

@@ -15,7 +15,7 @@ namespace kxtree {
 
 namespace {
 
-// A subcommand while it is described.
+// A subcommand that is being described.
 class Command {
 public:
     Command(CLI::App& program, Request& request, Result (*command)(const Request&),
@@ -23,7 +23,8 @@ public:
         : app_(*program.add_subcommand(name, description)),
           request_(request) {
         app_.footer("Example:\n  kxtree " + example);
-        app_.add_option("ROOT", request.root, "The install root: the directory that has appdata")
+        app_.add_option("ROOT", request.root,
+                        "The install root: the directory that contains appdata")
             ->required();
         app_.callback([&request, command, name] {
             request.command = command;
@@ -31,7 +32,7 @@ public:
         });
     }
 
-    // Taken as they are: the conversion to a vector would leave out an empty key.
+    // Taken as they are: the conversion to a vector would drop an empty key.
     void operands(const std::string& name, int most, const std::string& description) {
         const auto take = [&request = request_](const CLI::results_t& texts) {
             request.operands = texts;
@@ -44,26 +45,28 @@ public:
         return app_.add_flag(name, value, description);
     }
 
-    CLI::Option* json() { return flag("--json", request_.json, "Prints one JSON object"); }
+    CLI::Option* json() {
+        return flag("--json", request_.json, "Prints one JSON object for other programs");
+    }
 
     void wait() {
         const auto take = [&request = request_](double seconds) {
-            if (!(seconds >= 0 && seconds <= 1e9)) // also what is no number
+            if (!(seconds >= 0 && seconds <= 1e9)) // also NaN
                 throw CLI::ValidationError("--wait needs a number of seconds");
             request.wait_at_most = std::chrono::ceil<std::chrono::milliseconds>(
                 std::chrono::duration<double>(seconds));
         };
         app_.add_option_function<double>("--wait", take,
-                                         "How long to wait for other changes (default: as long as "
-                                         "it takes); exit status 3 if that was too short")
+                                         "How long to wait for other changes before exit status 3 "
+                                         "(default: without limit)")
             ->type_name("SECONDS");
         flag("--only-mount", request_.only_mount,
-             "No other mount of a shared file system changes this tree");
+             "States that no other mount of the file system changes this tree");
     }
 
-    void option(const std::string& name, std::optional<std::string>& value,
+    void option(const std::string& name, const char* type, std::optional<std::string>& value,
                 const std::string& description) {
-        app_.add_option(name, value, description);
+        app_.add_option(name, value, description)->type_name(type);
     }
 
 private:
@@ -75,31 +78,32 @@ constexpr int any_number = CLI::detail::expected_max_vector_size;
 
 void add_list(CLI::App& program, Request& request) {
     Command command(program, request, list, "list",
-                    "Lists the products: basecode, number of files, last write",
+                    "Lists the products: name, version, basecode, number of files, last write",
                     "list /opt/kit --json");
-    auto* const keys = command.flag("--keys", request.keys, "Prints the keys alone, a line each");
+    auto* const keys = command.flag("--keys", request.keys, "Prints only the keys, one per line");
     command.json()->excludes(keys);
 }
 
 void add_files(CLI::App& program, Request& request) {
     Command command(program, request, files, "files",
-                    "Lists the documents of a product, with their sizes and states",
+                    "Lists the documents of a product with their sizes and states",
                     "files /opt/kit \"Sample Tool 2.5\"");
-    command.operands("KEY", 1, "The key of the product, without its tag, or its basecode");
+    command.operands("KEY", 1, "The key of the product, with or without its tag, or its basecode");
     command.json();
 }
 
 void add_owner(CLI::App& program, Request& request) {
     Command command(program, request, owner, "owner", "Names the products that list a document",
                     "owner /opt/kit \"/opt/kit/appdata/products/Sample Tool 2.5 en.xml\"");
-    command.operands("PATH", any_number, "The path of a file, or as the contents map lists it");
+    command.operands("PATH", any_number,
+                     "The path of a file, or a path as the contents map lists it");
     command.json();
 }
 
 void add_check(CLI::App& program, Request& request) {
     Command command(program, request, check, "check",
-                    "Checks the health of a tree: exit status 0 healthy, 1 problems, 2 "
-                    "could not be read",
+                    "Checks a tree; exit status 0: healthy, 1: problems, 2: not all of it "
+                    "could be read",
                     "check /opt/kit --contents");
     command.flag("--contents", request.contents,
                  "Also compares the text of every document with what was written");
@@ -108,49 +112,50 @@ void add_check(CLI::App& program, Request& request) {
 
 void add_sbom(CLI::App& program, Request& request) {
     Command command(program, request, sbom, "sbom",
-                    "Prints an inventory for other programs, in CycloneDX: the products, their "
-                    "documents, and the hashes of these",
+                    "Prints an inventory in CycloneDX for other programs: products, "
+                    "documents and their hashes",
                     "sbom /opt/kit --contents -o kit.cdx.json");
     command.flag("--contents", request.contents,
                  "Also compares the text of every document with what was written");
-    command.option("-o,--output", request.output, "Writes to this file");
+    command.option("-o,--output", "FILE", request.output,
+                   "Writes to this file instead of standard output");
 }
 
 void add_remove(CLI::App& program, Request& request) {
     Command command(program, request, remove, "remove",
-                    "Removes products: their entries, and documents only they list",
+                    "Removes products: their entries, and the documents that only they list",
                     "remove /opt/kit \"Sample Tool 2.5\" --dry-run");
-    command.operands("KEY", any_number, "The key of a product, without its tag, or its basecode");
-    command.option(
-        "--basecode", request.basecode,
-        "The entry of the installed record that belongs to the KEY, if the tree does not know it");
-    command.flag("--dry-run", request.dry_run, "Only says what it would do");
+    command.operands("KEY", any_number,
+                     "The key of a product, with or without its tag, or its basecode");
+    command.option("--basecode", "BASECODE", request.basecode,
+                   "The entry of the installed record that belongs to KEY, if no receipt names it");
+    command.flag("--dry-run", request.dry_run, "Changes nothing; only says what would be done");
     command.wait();
     command.json();
 }
 
 void add_prune(CLI::App& program, Request& request) {
     Command command(program, request, prune, "prune",
-                    "Removes documents that no entry lists, and no current receipt has",
+                    "Removes documents that no entry lists and no current receipt names",
                     "prune /opt/kit --dry-run");
-    command.flag("--dry-run", request.dry_run, "Only says what it would do");
+    command.flag("--dry-run", request.dry_run, "Changes nothing; only says what would be done");
     command.wait();
     command.json();
 }
 
 void add_repair(CLI::App& program, Request& request) {
     Command command(program, request, repair, "repair",
-                    "Says what it would do to repair a tree; with --apply does it",
+                    "Lists the steps that repair a tree; with --apply, takes them",
                     "repair /opt/kit --apply");
     auto* const apply = command.flag("--apply", request.apply, "Changes the tree");
-    command.flag("--dry-run", request.dry_run, "Changes nothing, which is the default")
+    command.flag("--dry-run", request.dry_run, "Changes nothing; this is the default")
         ->excludes(apply);
     command.wait();
     command.json();
 }
 
-// A text in brackets would be taken for a list, were it not for a NUL at its end, which no argument
-// can have otherwise.
+// CLI11 takes an argument in brackets for a list. A trailing NUL, which no real argument has,
+// prevents that.
 std::string hidden(std::string argument) {
     if (argument.ends_with(']'))
         argument += '\0';
@@ -203,7 +208,8 @@ void require_command(const CLI::App& program, const std::string& name) {
 
 std::variant<Request, ExitStatus> read_arguments(int argc, char** argv) {
     CLI::App program("Maintains install trees.", "kxtree");
-    program.set_version_flag("-V,--version", "kxtree " KX_VERSION);
+    program.set_help_flag("-h,--help", "Prints this help");
+    program.set_version_flag("-V,--version", "kxtree " KX_VERSION, "Prints the version");
     program.require_subcommand(1);
     program.footer("Example:\n  kxtree check /opt/kit");
     Request request;

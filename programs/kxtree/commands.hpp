@@ -6,8 +6,8 @@
 
 namespace kxtree {
 
-/// Each prints to standard output. It throws what the library throws; Failure where what was asked
-/// for is not there; and Interrupted, unless the tree was changed already.
+/// Each prints to standard output. It throws what the library throws, Failure if what was asked for
+/// does not exist, and Interrupted unless the tree was changed already.
 [[nodiscard]] Result list(const Request& request);
 [[nodiscard]] Result files(const Request& request);
 [[nodiscard]] Result owner(const Request& request);

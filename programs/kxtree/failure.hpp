@@ -11,7 +11,7 @@ namespace kxtree {
 /// What cannot be done, in printable text, and what helps.
 class Failure : public std::runtime_error {
 public:
-    /// `hint` is a sentence without its end, with the command that helps as its last words.
+    /// `hint` is a sentence without a full stop that ends with the command that helps.
     Failure(const std::string& text, std::string hint)
         : std::runtime_error(text),
           hint_(std::move(hint)) {}

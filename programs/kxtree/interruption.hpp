@@ -4,7 +4,7 @@
 
 namespace kxtree {
 
-/// Thrown by require_no_interruption. No std::exception, so that nobody takes it for a failure.
+/// Thrown by require_no_interruption. Not a std::exception, so that it is not taken for a failure.
 struct Interrupted {
     int signal;
 };
@@ -16,8 +16,8 @@ void note_interruptions();
 /// Throws Interrupted if one was noted.
 void require_no_interruption();
 
-/// From now on output that nobody takes fails, rather than ends the process by SIGPIPE: a change
-/// goes on, and its exit status says that it was made.
+/// From now on, output to a closed pipe fails instead of ending the process by SIGPIPE, so that a
+/// change is completed and the exit status says that it was made.
 void ignore_broken_pipes();
 
 } // namespace kxtree

@@ -52,7 +52,7 @@ bool is_utf8(const std::string& text) {
     }
 }
 
-// Within a package URL nothing else stands for itself.
+// In a package URL, all other bytes are encoded.
 std::string percent_encoded(std::string_view text) {
     constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
                                        "0123456789-._~:";
@@ -73,8 +73,8 @@ std::string name_of_document(const std::string& listed) {
     return std::filesystem::path(listed).relative_path().lexically_normal().string();
 }
 
-// The documents as their receipts have them. Several products may have one, and the last that was
-// written counts.
+// The documents as their receipts record them. If several products have the same document, the
+// latest receipt is used.
 class WrittenDocuments {
 public:
     explicit WrittenDocuments(const Listing& listing) {
@@ -125,7 +125,7 @@ public:
         return Value(std::move(component));
     }
 
-    /// Returns the keys of the products of which nobody knows what belongs to them.
+    /// Returns the keys of the products whose documents are not all known.
     [[nodiscard]] const std::set<std::string>& incomplete() const noexcept { return incomplete_; }
 
 private:
@@ -149,7 +149,7 @@ private:
             component.emplace("purl", std::move(url));
     }
 
-    // A path that leaves the tree is a problem, and no document.
+    // A path that leaves the tree is a problem, not a document.
     [[nodiscard]] Value documents_of_entry(const install::tree::ContentsEntry& entry) {
         ValueVector documents;
         std::set<std::string> found; // one may be listed twice
@@ -223,7 +223,7 @@ Edition next_edition() {
     const char* const text_end = text.data() + text.size();
     const auto [end, error] = std::from_chars(text.data(), text_end, seconds);
     if (error != std::errc() || end != text_end || seconds > last_second)
-        throw Failure("SOURCE_DATE_EPOCH is no number of seconds since 1970: " +
+        throw Failure("SOURCE_DATE_EPOCH is not a number of seconds since 1970: " +
                           install::tree::printable_text(text),
                       "to use the present time, run: unset SOURCE_DATE_EPOCH");
     return {
@@ -231,7 +231,7 @@ Edition next_edition() {
         std::nullopt};
 }
 
-// As text, product by product: the values of all would take many times as much memory.
+// Written product by product: the values of all products would take many times as much memory.
 std::string inventory_as_json(const Root& root, const Health& health, bool compares_contents,
                               const Edition& edition) {
     Inventory inventory(root, health);

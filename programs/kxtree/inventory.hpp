@@ -10,21 +10,19 @@
 
 namespace kxtree {
 
-/// When a document is made, and the number by which it is told from all others.
+/// When an inventory is made, and the number that identifies it.
 struct Edition {
     install::tree::InstallTree::Time time;
-    std::optional<std::string> serial_number; ///< an URN; none where editions are to be equal
+    std::optional<std::string> serial_number; ///< a URN; none where editions have to be equal
 };
 
-/// Returns the time at which this is called and a random number; or the time that the variable
-/// SOURCE_DATE_EPOCH of the environment has, in seconds since 1970, and no number. Throws Failure
-/// if that is no such time.
+/// Returns the present time and a random number. If the environment has SOURCE_DATE_EPOCH, in
+/// seconds since 1970, returns that time and no number. Throws Failure if it is not such a time.
 [[nodiscard]] Edition next_edition();
 
 /// Returns the products of an inspected tree as a CycloneDX document of version 1.6: one JSON
 /// object with a line end, escaped like the output of all commands. A document that differs from
-/// its receipt has no hash. `compares_contents`: whether that was found by the texts, or by the
-/// sizes alone.
+/// its receipt has no hash. `compares_contents` says whether texts were compared, or sizes alone.
 [[nodiscard]] std::string inventory_as_json(const Root& root, const install::tree::Health& health,
                                             bool compares_contents, const Edition& edition);
 

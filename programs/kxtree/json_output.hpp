@@ -13,8 +13,8 @@
 
 namespace kxtree {
 
-/// Return one JSON object, in UTF-8, with a line end. Keys and paths are whole: what a terminal
-/// would obey, and what is no UTF-8, is escaped so that it can be restored.
+/// Return one JSON object, in UTF-8, with a line end. Keys and paths are complete: characters that
+/// a terminal would obey, and bytes that are not UTF-8, are escaped so that they can be restored.
 [[nodiscard]] std::string listing_as_json(const install::tree::Listing& listing);
 [[nodiscard]] std::string
 documents_as_json(const std::string& key,

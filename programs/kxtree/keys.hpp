@@ -1,4 +1,4 @@
-// The products that people mean.
+// The products that people name.
 
 #pragma once
 
@@ -28,7 +28,7 @@ public:
     /// another one, if there is no such product.
     [[nodiscard]] std::string find(const std::string& text) const;
 
-    /// Whether the entry `key` lists documents, as it ought to.
+    /// Returns whether the entry `key` is a list of documents.
     [[nodiscard]] bool is_list(const std::string& key) const;
 
 private:

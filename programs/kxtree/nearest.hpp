@@ -1,4 +1,4 @@
-// What somebody meant who misspelt a name.
+// The name that a misspelt one was meant to be.
 
 #pragma once
 

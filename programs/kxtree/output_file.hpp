@@ -1,4 +1,4 @@
-// Output that goes to a file with a name.
+// Output to a named file.
 
 #pragma once
 
@@ -7,9 +7,10 @@
 
 namespace kxtree {
 
-/// Writes `text` to the file at `path`, in the place of one that may be there: it is written beside
-/// it first, so that nobody ever sees a part of it, and what was there stays if this fails. What is
-/// no regular file, such as a device, is written to. Throws Failure.
+/// Writes `text` to the file at `path`, or replaces that file. Readers see the earlier file or the
+/// whole new one, and a failure leaves the earlier one unchanged, because the text is written to a
+/// file beside it first. Something that is not a regular file, such as a device, is written to
+/// directly. Throws Failure.
 void write_file(const std::string& path, std::string_view text);
 
 } // namespace kxtree

@@ -44,7 +44,7 @@ install::tree::Health health_of(const Request& request) {
          }});
 }
 
-// What lacks products without saying so is no inventory.
+// An inventory must not lack products silently.
 std::string inventory_of(const Request& request, const install::tree::Health& health,
                          const Edition& edition) {
     const Root root(request.root);

@@ -8,7 +8,7 @@
 
 namespace kxtree {
 
-/// Returns "ok", "no receipt" where there was nothing to compare it with, or the name of its fault.
+/// Returns "ok", "no receipt" if there was nothing to compare it with, or the name of its fault.
 [[nodiscard]] inline std::string state_of(const install::tree::ListedDocument& document) {
     if (document.fault)
         return install::tree::name_of(document.fault->kind);

@@ -1,4 +1,4 @@
-// Texts in columns.
+// Strings in columns.
 
 #pragma once
 
@@ -9,8 +9,8 @@
 
 namespace kxtree {
 
-/// Prints rows of the same length, with their columns aligned: `numbers`, the index of one, to the
-/// right, the others to the left. The texts are printable UTF-8.
+/// Prints rows of the same length with aligned columns: the column with the index `numbers` to the
+/// right, the others to the left. The strings are printable UTF-8.
 void print_table(std::ostream& stream, const std::vector<std::vector<std::string>>& rows,
                  std::size_t numbers);
 

@@ -1,4 +1,4 @@
-// Names that nobody else has.
+// Unique names.
 
 #pragma once
 

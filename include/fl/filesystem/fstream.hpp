@@ -2,9 +2,9 @@
 /// The standard file streams, opened by a path in UTF-16.
 ///
 /// They report failures by their state, as the standard streams do: if the file cannot be opened,
-/// failbit is set and is_open() returns false. The constructors throw std::bad_alloc, and what
-/// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws for a path that
-/// no file can have; in that case nothing has been opened.
+/// failbit is set and is_open() returns false. The constructors throw std::bad_alloc. For a path
+/// that no file can have, they throw what
+/// fl::filesystem::detail::make_native_access_form_with_cleanup_i18n throws, and open nothing.
 
 #pragma once
 

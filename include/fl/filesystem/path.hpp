@@ -11,8 +11,8 @@ namespace fl::filesystem {
 
 namespace detail {
 
-/// Returns `text` in the platform's native form. On POSIX that is the text itself, so that an
-/// install root keeps its length. `native` is true for every path of the installer.
+/// Returns `text` in the platform's native form. On POSIX that is `text` itself, so that an install
+/// root keeps its length. `native` is true for every path of the installer.
 [[nodiscard]] KX_EXPORT ustring make_native_form(const ustring& text, bool native);
 
 /// Appends `element`, which must not be empty, to `path` as its last element. A separator is put
@@ -20,15 +20,15 @@ namespace detail {
 /// is the flag of the path.
 ///
 /// Throws std::invalid_argument if a component of `element` is `..`: the result could lie outside
-/// of the directory `path`. It names the element, or where that is ill-formed, the offset of the
-/// fault. Throws std::bad_alloc and std::length_error. After an exception, `path` is unchanged.
+/// of the directory `path`. what() names the element; if that is ill-formed, it names the offset of
+/// the fault. Throws std::bad_alloc and std::length_error. After an exception, `path` is unchanged.
 KX_EXPORT void concatenate_pathname(ustring& path, const ustring& element, bool native);
 
 /// Returns the part of `path` before its last separator. The parent of the root, and of a file
 /// directly below it, is the root; a path without a separator has an empty parent.
 [[nodiscard]] KX_EXPORT ustring extract_parent_path(const ustring& path);
 
-/// The type in which a path stores its text. It is the same for all character types.
+/// The type of a path's text. It is the same for all character types.
 template <class NarrowChar, class WideChar>
 struct path_traits {
     using text_type = ustring; ///< UTF-16
@@ -62,7 +62,7 @@ public:
         return *this;
     }
 
-    /// The same with a null-terminated text; a null pointer adds nothing.
+    /// The same with a null-terminated string; a null pointer adds nothing.
     basic_path& append_element(const WideChar* element) {
         return element == nullptr ? *this : append_element(text_type(element));
     }

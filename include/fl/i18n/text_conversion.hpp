@@ -1,8 +1,8 @@
 /// \file
 /// Conversion between the two encodings of the installer: UTF-16 in memory, UTF-8 in files.
 ///
-/// Both directions are strict: ill-formed text throws, because a replacement character in a path or
-/// a key would change it silently.
+/// Both directions are strict: they throw on ill-formed input, because a replacement character
+/// would silently change a path or a key.
 
 #pragma once
 
@@ -13,19 +13,20 @@
 #include <stdexcept>
 #include <string>
 
-/// Texts: their conversion, and the classes of their characters.
+/// Strings: their conversion, and the classes of their characters.
 namespace fl::i18n {
 
-/// Reports a text that is ill-formed in its encoding. what() names the encoding and the offset.
+/// Reports a string that is ill-formed in its encoding. what() names the encoding and the offset.
 class KX_EXPORT conversion_error : public std::runtime_error {
 public:
-    /// The error for a text that is ill-formed in `encoding`, from `offset` on, in code units.
+    /// The error for a string that is ill-formed in `encoding`. The fault begins at `offset`, in
+    /// code units.
     conversion_error(const std::string& encoding, std::size_t offset);
 
     /// Defined in the library, so that the type is the same in every module that catches it.
     ~conversion_error() override;
 
-    /// Returns where the first fault begins, in code units of the source text: bytes of UTF-8,
+    /// Returns where the first fault begins, in code units of the source string: bytes of UTF-8,
     /// 16-bit units of UTF-16.
     [[nodiscard]] std::size_t offset() const noexcept { return offset_; }
 

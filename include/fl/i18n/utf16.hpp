@@ -15,14 +15,14 @@ namespace fl::i18n {
     return (unit & 0xFC00) == 0xDC00;
 }
 
-/// Whether a unit, or a character, is half a surrogate pair: by itself it stands for nothing.
+/// Whether a unit, or a character, is half a surrogate pair. By itself it is not a character.
 template <class Character>
 [[nodiscard]] constexpr bool is_surrogate(Character character) noexcept {
     return (character & Character(~0x7FFU)) == 0xD800;
 }
 
-/// Returns the character at `position`, which must not be `end`, and moves `position` past it. Half
-/// a surrogate pair without the other half is returned as it is.
+/// Returns the character at `position`, which must not be `end`, and moves `position` past it. An
+/// unpaired surrogate is returned as it is.
 [[nodiscard]] constexpr char32_t next_character(const char16_t*& position,
                                                 const char16_t* end) noexcept {
     const char16_t unit = *position++;

@@ -22,8 +22,8 @@ namespace foundation::json {
 /// and Undefined as null. Integers read back as such only in an object with "kxtype" and "kxdata",
 /// where the latter holds integers alone, either all signed or all unsigned; if "kxtype" names no
 /// such type, a second one is written. Any other integer reads back as a double. But if "kxtype"
-/// names an integer type, the reader takes all numbers of "kxdata" for integers of that type, and
-/// rejects an object where they are none.
+/// names an integer type, the reader reads all numbers of "kxdata" as integers of that type, and
+/// rejects an object in which they are not integers.
 ///
 /// Throws std::bad_alloc and std::length_error.
 [[nodiscard]] KX_EXPORT std::string serialize(const Value& value);

@@ -13,8 +13,8 @@
 
 namespace foundation::json {
 
-// Not inline: g++ would make them symbols that are unique in the process, and a plug-in that reads
-// them could not be unloaded.
+// Not inline: g++ would make them symbols that are unique in the process, which would keep a
+// plug-in that reads them from being unloaded.
 
 /// The key of the member that holds the array of integers.
 constexpr const char* typed_data_key = "kxdata";
@@ -35,7 +35,7 @@ namespace detail {
     return name == "uint64" || name == "uint32" || name == "uint16" || name == "uint8";
 }
 
-/// True for all eight names. Any other name leaves the numbers double.
+/// True for all eight names. With any other name, the numbers are double.
 [[nodiscard]] inline bool is_typed_name(const std::string& name) noexcept {
     return is_signed_typed_name(name) || is_unsigned_typed_name(name);
 }

@@ -13,7 +13,7 @@ namespace install::component_impl {
 /// A component. It holds a copy of its model's data, and no reference to the model.
 class KX_EXPORT ComponentImpl {
 public:
-    /// Copies both texts of `model`. Throws std::bad_alloc.
+    /// Copies both strings of `model`. Throws std::bad_alloc.
     explicit ComponentImpl(const datamodels::transitive_closure::Component& model);
 
     // Components are shared, not copied: see product_api::ComponentMap.

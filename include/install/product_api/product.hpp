@@ -28,9 +28,9 @@ using RequiredProductMap = std::map<ustring, std::shared_ptr<Product>>;
 /// Components by their component keys. The components are shared.
 using ComponentMap = std::map<ustring, std::shared_ptr<const component_impl::ComponentImpl>>;
 
-/// An alternative dependency: the five texts in the product's model, in UTF-8.
+/// An alternative dependency: the five strings in the product's model, in UTF-8.
 struct AltDependency {
-    /// Copies the five texts.
+    /// Copies the five strings.
     AltDependency(const std::string& field1, const std::string& field2, const std::string& field3,
                   const std::string& field4, const std::string& field5)
         : altField1(field1),
@@ -52,11 +52,11 @@ struct AltDependency {
 /// A product: a copy of its model's data, which can be queried and written to an install tree.
 ///
 /// Getters return copies, which belong to the caller, and throw nothing but std::bad_alloc. All
-/// other operations may throw std::bad_alloc too. Texts are UTF-16, as in the product's model. A
-/// field that is "passed on" is not interpreted: it is returned as the model has it. Const
-/// operations may run concurrently; setRequiredProducts must not run at the same time as any other
-/// operation on the same object. The order of the virtual operations is part of the binary
-/// interface.
+/// other operations may throw std::bad_alloc, too. Strings are UTF-16, as in the product's model,
+/// unless another encoding is named. A field that is "passed on" is not interpreted: it is returned
+/// as the model has it. Const operations may run concurrently; setRequiredProducts must not run at
+/// the same time as any other operation on the same object. The order of the virtual operations is
+/// part of the binary interface.
 class KX_EXPORT Product {
 public:
     /// Public and virtual, because products are owned through this class.
@@ -101,11 +101,11 @@ public:
     /// `platforms` and `locale`, its entry in the contents map, and the time of this write in the
     /// installed record. Existing files are overwritten in-place.
     ///
-    /// Tags are UTF-8; one without a document is skipped. A failed write is not reported, and the
-    /// write goes on with the next file: one that could not be opened is unchanged, but after that
-    /// a failure, such as a full disk, may leave the file truncated or empty. A FIFO in the place
-    /// of a file blocks until another process opens it, too. Directories are created only for
-    /// documents: in a new tree, a write without documents leaves no files.
+    /// Tags are UTF-8; a tag without a document is skipped. A failed write is not reported, and the
+    /// operation goes on with the next file. A file that could not be opened is unchanged; a later
+    /// failure, such as a full disk, may leave the file truncated or empty. A FIFO in the place of
+    /// a file blocks until another process opens it. Directories are created only for documents: in
+    /// a new tree, a write without documents leaves no files.
     ///
     /// Throws
     /// - std::runtime_error if a JSON file exists but cannot be read or does not begin with an

@@ -23,8 +23,8 @@ using product_api::AltDependency;
 using product_api::ComponentMap;
 using product_api::RequiredProductMap;
 
-/// The whole texts of XML documents by their tags, those of platforms or of locales, all in UTF-8.
-/// Tags are compared byte by byte.
+/// XML documents by the tags of their platforms or locales. Tags and documents are UTF-8; tags are
+/// compared byte by byte.
 using XmlMap = std::map<std::string, std::string>;
 
 /// The product object. It is made from a model once, and constant after that, except for its
@@ -34,8 +34,8 @@ public:
     /// Copies the data of `model` and keeps no reference to it. Of several documents for the same
     /// platform or locale, and of several components with the same key, the first one is used.
     ///
-    /// Throws std::bad_alloc; fl::i18n::conversion_error if a document, its tag or an alternative
-    /// dependency is ill-formed UTF-16; and what the constructor of a component throws.
+    /// Throws std::bad_alloc, fl::i18n::conversion_error if a document, its tag or an alternative
+    /// dependency is ill-formed UTF-16, and what the constructor of a component throws.
     explicit ProductImpl(const datamodels::transitive_closure::Product& model);
     // Products are shared, not copied: see product_api::RequiredProductMap.
     ProductImpl(const ProductImpl&) = delete;
@@ -66,8 +66,8 @@ public:
 
     /// \name Conversions
     /// Each returns one part of `model`, converted, and does not use this object. The constructor
-    /// calls all of them, and they throw as it does. Two of the names lack a "t" on purpose:
-    /// programs know them so.
+    /// calls all of them, and they throw as it does. Two of the names lack a "t"; they stay as they
+    /// are because programs use them.
     /// @{
 
     /// Returns the basecodes of the products that `model` requires, in the order of its keys.
@@ -115,8 +115,8 @@ public:
     /// @}
 
     /// \name Stages of serialize
-    /// All throw as serialize does, where what it says of `installRoot` is true of `filePath`, too,
-    /// and what their own descriptions add. Paths and keys are those of
+    /// All throw as serialize does, and what their own descriptions add. What serialize throws for
+    /// `installRoot` they also throw for `filePath`. Paths and keys are those of
     /// install/product_impl/utils/paths.hpp.
     /// @{
 
@@ -142,7 +142,7 @@ public:
                            const std::string& locale) const;
 
     /// Reads the contents map at `filePath`, replaces or adds this product's entry, and rewrites
-    /// the file. A missing file counts as one that cannot be read: std::runtime_error.
+    /// the file. Throws std::runtime_error also if the file is missing.
     void addEntryInContentsMap(const ustring& installRoot, const ustring& filePath,
                                const std::vector<std::string>& platforms,
                                const std::string& locale) const;
@@ -162,7 +162,7 @@ public:
     void createInstalledProdData(const fl::filesystem::path& filePath) const;
 
     /// Reads the installed record at `filePath`, replaces or adds this product's entry, and
-    /// rewrites the file. A missing file counts as one that cannot be read: std::runtime_error.
+    /// rewrites the file. Throws std::runtime_error also if the file is missing.
     void addEntryInInstalledProdData(const fl::filesystem::path& filePath) const;
     /// @}
 

@@ -6,21 +6,25 @@
 ///     for (const ContentsEntry& entry : tree.list().contents)
 ///         std::cout << entry.key << '\n';
 ///
-/// examples/upgrade is a whole installer: a dry run, a question, a bar, and a way to cancel.
+/// examples/upgrade is a complete installer with a dry run, a question, a progress bar, and a way
+/// to cancel.
 ///
-/// ProductImpl::serialize writes one product, in-place, and reports nothing of a failed write.
-/// InstallTree leaves the same files, for any number of products at once. When a change has
-/// returned, all of it is in the tree and on the disk; when it throws, or the process is killed, or
-/// the power fails, the tree is as it was before: at once, or after the recovery with which every
-/// change begins. docs/install-tree.md has the assumptions, and describes what it adds to
-/// the tree: `receipts.json`, `.lock`, `.staging`, `.undo` and `NAME.old`.
+/// ProductImpl::serialize writes one product, in-place, and does not report a failed write.
+/// InstallTree leaves the same files, for any number of products at once. Once a change has
+/// returned, all of it is in the tree and, with the default Durability, on the disk. If it throws,
+/// the process is killed or the power fails, the tree is as it was before: at once, or after the
+/// recovery with which every change begins. There are two exceptions: with Outcome::committed, and
+/// after a crash that follows the commit, the change is complete. docs/install-tree.md has the
+/// assumptions, and describes the files that a change adds to the tree: `receipts.json`, `.lock`,
+/// `.staging`, `.undo` and `NAME.old`.
 ///
-/// Operations that change a tree wait for each other, in all threads and processes. Those that only
-/// read do not wait, change nothing, and always see the tree as it was before or after a change,
-/// also while one is under way or was interrupted.
+/// Operations that change a tree wait for each other, in all threads and processes. Operations that
+/// only read change nothing. They always see the tree as it was before or after a change, even
+/// while a change is in progress or after it was interrupted. They normally do not wait; a reader
+/// that is overlapped by one change after another waits for the lock.
 ///
-/// A failure throws tree_error, whose outcome() says what became of the tree. A recovery that fails
-/// throws it, too, and says that an earlier change was interrupted. Nothing else is thrown but
+/// A failure throws tree_error, whose outcome() says what became of the tree. A failed recovery
+/// throws it, too, with Outcome::interrupted. Other exceptions are
 ///
 /// - std::bad_alloc, if memory is exhausted: readers of this library then see the tree as it was;
 /// - std::invalid_argument, for a selection without a product, and for a path that no file can
@@ -29,8 +33,8 @@
 ///   version that is ill-formed UTF-16;
 /// - what the observers in Options, or a product that is derived from ProductImpl, throw.
 ///
-/// The second and the third are thrown before anything is touched, those of the install root by
-/// the constructor.
+/// The second and the third are thrown before anything is touched; for the install root, by the
+/// constructor.
 
 #pragma once
 
@@ -51,7 +55,7 @@ namespace install::tree {
 /// An entry of the contents map.
 struct ContentsEntry {
     std::string key;                ///< the product key, with the tag "hostpf", in UTF-8
-    std::vector<std::string> paths; ///< of its documents, relative to the install root
+    std::vector<std::string> paths; ///< of its documents, as listed: relative to the install root
 };
 
 /// An entry of the installed record.
@@ -60,7 +64,7 @@ struct RecordEntry {
     std::chrono::sys_time<std::chrono::milliseconds> time; ///< of the last write
 };
 
-/// What a change left of a product.
+/// What a change recorded of a product that it wrote.
 struct Receipt {
     /// A document as it was written.
     struct Document {
@@ -82,16 +86,16 @@ struct Receipt {
     std::string locale;
     /// @}
     std::chrono::sys_time<std::chrono::milliseconds> time; ///< of the change
-    std::vector<Document> documents;                       ///< in the order of the list
+    std::vector<Document> documents;                       ///< in the order of the contents map
 };
 
 /// The entries of the shared files, in the order of their keys. Members of another form, which
-/// other programs may have added, are not in it.
+/// other programs may have added, are left out.
 struct Listing {
     std::vector<ContentsEntry> contents; ///< of the contents map
     std::vector<RecordEntry> record;     ///< of the installed record
-    /// Of the products that were last written by a change: the installed record has their times.
-    /// What serialize wrote has none.
+    /// The current receipts: those of products that were last written by a change, whose times the
+    /// installed record has. Products that serialize wrote have none.
     std::vector<Receipt> receipts;
 };
 
@@ -102,29 +106,29 @@ public:
     /// A point in time as the installed record holds it.
     using Time = std::chrono::sys_time<std::chrono::milliseconds>;
 
-    /// The tree at `installRoot`. Touches nothing yet. Throws std::bad_alloc, and what readFile
+    /// The tree at `installRoot`. Does not access it yet. Throws std::bad_alloc, and what readFile
     /// throws for a path that no file can have.
     explicit InstallTree(ustring installRoot, Options options = {});
 
-    /// Makes a change, all of it or nothing.
+    /// Makes a change completely, or not at all.
     ///
-    /// Removes the entries of `change.remove`, and of their documents, listed or of earlier
-    /// selections, those in the directory of the documents that no entry lists afterwards. Throws
-    /// tree_error if an entry does not exist.
+    /// First removes the entries of `change.remove`, and their documents, earlier selections
+    /// included. A document that another entry lists, or that is not in the directory of the
+    /// documents, stays. Throws tree_error if an entry does not exist.
     ///
-    /// Then writes `change.write`: the tree is what serialize of each in order would have left,
-    /// byte for byte except for the times, which are all the same. Missing directories are created.
-    /// An override of writeXml in a derived product is not called. A tag without a document is
-    /// skipped, or refused: see Options::missing_documents. Throws tree_error if a shared file
-    /// cannot be read or holds no object, or another program wrote it meanwhile, and
-    /// std::invalid_argument if a product is null.
+    /// Then writes `change.write`: the tree is what serialize of each selection in order would have
+    /// left, byte for byte except for the times, which are all the same. Missing directories are
+    /// created. An override of writeXml in a derived product is not called. A tag without a
+    /// document is skipped or refused: see Options::missing_documents. Throws tree_error if a
+    /// shared file cannot be read or another program wrote it meanwhile, or if the contents map or
+    /// the installed record holds no object. Throws std::invalid_argument if a product is null.
     ///
-    /// A file that is replaced keeps its permissions, and its owner and its group where that is
-    /// allowed. No symbolic link is followed but `appdata` and `appdata/products`; another one in a
-    /// file's place is replaced.
+    /// A file that is replaced keeps its permissions, and its owner and group where that is
+    /// allowed. No symbolic link is followed but `appdata` and `appdata/products`. A link in the
+    /// place of a document is replaced.
     void apply(const Change& change);
 
-    /// Does everything of `apply` that does not change the tree, and returns the rest.
+    /// Does all of `apply` that does not change the tree, and returns the change, ready to be made.
     [[nodiscard]] PreparedChange prepare(const Change& change);
 
     /// Applies a change that only writes.
@@ -134,18 +138,18 @@ public:
     void remove(const std::vector<InstalledProduct>& products);
 
     /// Returns what is missing, empty or different in the tree, compared with a write of
-    /// `selections`; and what is old, which is an entry of the installed record with a time before
-    /// `since`. Nothing if the tree holds all of it. Changes nothing.
+    /// `selections`, and which entries of the installed record have a time before `since`. Returns
+    /// nothing if all of it is there. Changes nothing.
     [[nodiscard]] std::vector<Fault> verify(const std::vector<ProductSelection>& selections,
                                             Time since = Time::min()) const;
 
-    /// Returns the entries of the shared files; none of a file that does not exist. Throws
-    /// tree_error if there is no tree, or the contents map or the installed record cannot be read
-    /// or holds no object.
+    /// Returns the entries of the shared files. A file that does not exist has none. Throws
+    /// tree_error if there is no tree, or if the contents map or the installed record cannot be
+    /// read or holds no object.
     [[nodiscard]] Listing list() const;
 
-    /// Rolls back what an interrupted change did. Returns what became of it; nothing if there was
-    /// none. Every change begins with this.
+    /// Rolls back or drops an interrupted change, and returns what became of it; returns nothing if
+    /// there was none. Every change begins with this.
     std::optional<Recovery> recover();
 
 private:

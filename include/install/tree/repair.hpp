@@ -20,34 +20,40 @@ enum class RepairMode {
     apply,   ///< does it
 };
 
-/// One thing that a repair does.
+/// One step of a repair.
 struct RepairStep {
     std::string
         path; ///< of the file, in the encoding of the file system; not printable as it stands
-    std::string text; ///< what is done to it: a sentence in UTF-8, printable
+    std::string text; ///< what is done to it: a printable sentence in UTF-8
 };
 
 /// What a repair did, or would do.
 struct RepairReport {
     std::vector<RepairStep> steps; ///< none for a tree that needs no repair
     std::vector<Fault> notes;      ///< what it leaves as it is, and why
-    std::vector<Fault> remaining;  ///< the problems that there are after it, as inspect finds them
-    Listing listing;               ///< the entries that there are after it
+    std::vector<Fault> remaining;  ///< the problems after it, as inspect finds them
+    Listing listing;               ///< the entries after it
 };
 
-/// Repairs the tree at `installRoot` as one change, which is done as a whole or not at all. Then
-/// the tree is locked from the first look to the last write; a dry run takes no lock.
+/// Repairs the tree at `installRoot` as one change, which is made completely or not at all. The
+/// tree is locked from the first read to the last write. A dry run takes no lock, and reads the
+/// tree as if an interrupted change had been rolled back.
 ///
-/// An interrupted change is rolled back first. Of a damaged shared file every whole member is kept,
-/// and the file itself as NAME.damaged, or NAME.damaged.1 and so on if there is one already.
-/// Entries that the contents map has lost come from current receipts, and then from its last good
-/// version, NAME.old, if their documents are all there, as a removal takes them along. Only where
-/// there never were receipts they come from the names of documents. Lost entries of the installed
-/// record, and those without a time, come from receipts, and then from its NAME.old. A file that is
-/// whole lacks nothing: a document that it does not list is a problem that remains.
+/// An interrupted change is rolled back or dropped first. Then only what can be proved is restored:
 ///
-/// Throws as InstallTree does; also tree_error if something cannot be read that may be needed, as
-/// less would be restored then than could be, or if what would be written could not be read back.
+/// - Every whole member of a damaged shared file is kept. The file itself is kept as NAME.damaged,
+///   or NAME.damaged.1 and so on if that exists.
+/// - Lost entries of the contents map are restored from current receipts. Others are restored from
+///   the last good version of the map, NAME.old, if all of their documents are there, because a
+///   removal would have removed those, too. If there never were receipts, the names of documents
+///   are the last source.
+/// - Lost entries of the installed record, and those without a time, are restored from receipts.
+///   Lost entries that no receipt names are restored from its NAME.old.
+/// - An undamaged file lacks nothing: a document that it does not list is a problem that remains.
+///
+/// Throws as InstallTree does. Also throws tree_error if something that may be needed cannot be
+/// read, because less would be restored than is possible, or if the repaired file could not be read
+/// back.
 KX_EXPORT RepairReport repair(const ustring& installRoot, RepairMode mode = RepairMode::dry_run,
                               const Options& options = {});
 

@@ -10,10 +10,10 @@
 #include <string>
 #include <system_error>
 
-/// Changes of install trees that are done as a whole or not at all; health and repair of trees.
+/// Changes of install trees that are made completely or not at all; inspection and repair of trees.
 namespace install::tree {
 
-/// Reports what could not be done, to which file, and why. Copies share their texts, so that
+/// Reports what could not be done, to which file, and why. Copies share their strings, so that
 /// copying never throws.
 class KX_EXPORT tree_error : public std::runtime_error {
 public:
@@ -22,9 +22,9 @@ public:
         unchanged, ///< it is as it was
         /// The change is made, but the disk did not confirm that it would survive a power failure.
         committed,
-        /// The change could not be rolled back yet. Readers of this library see the tree as it was;
-        /// other programs do so after the next change, InstallTree::recover or `kxtree repair`,
-        /// which roll it back.
+        /// The change could not be rolled back yet. Readers of this library see the tree as it was.
+        /// Other programs do so after the next change, InstallTree::recover or
+        /// `kxtree repair --apply`, each of which rolls it back.
         interrupted,
     };
 
@@ -33,9 +33,9 @@ public:
     /// printable.
     tree_error(const std::string& operation, const std::string& path, std::error_code code);
 
-    /// The same for another reason, a text in UTF-8.
+    /// The same for another reason, a string in UTF-8.
     tree_error(const std::string& operation, const std::string& path, const std::string& reason);
-    /// The same for another reason, where it is an error of the system, too.
+    /// The same for a reason in UTF-8 and the error of the system that it describes.
     tree_error(const std::string& operation, const std::string& path, std::error_code code,
                const std::string& reason);
 
@@ -52,7 +52,7 @@ public:
     [[nodiscard]] const std::string& operation() const noexcept;
     /// Returns the path of the file, in the encoding of the file system.
     [[nodiscard]] const std::string& path() const noexcept;
-    /// Returns the system's error; 0 where the reason is another.
+    /// Returns the system's error; 0 if the reason is not an error of the system.
     [[nodiscard]] std::error_code code() const noexcept { return code_; }
     /// Returns what became of the tree.
     [[nodiscard]] Outcome outcome() const noexcept { return outcome_; }

@@ -85,30 +85,33 @@ private:
     void inspect_remains() {
         const View& view = tree_.view;
         for (const std::string& name : find_set_aside(view.appdata()))
-            add_note(Kind::interrupted, view.path_of(name),
-                     "A change left this, and it could not be removed. Nothing reads it, and each "
-                     "change tries to remove it.");
+            add_note(
+                Kind::interrupted, view.path_of(name),
+                "A change could not remove this. Nothing reads it, and each later change tries "
+                "again to remove it.");
         if (const auto& fault = view.fault())
             return add_problem(
                 Kind::interrupted, fault->path(),
                 fault->what() + std::string("\nNeither a change nor a repair can roll this back: "
-                                            "rename .undo, and compare what is wrong then with "
-                                            "the files in it."));
+                                            "rename .undo, check the tree again, and compare "
+                                            "the problems with the files in it."));
         if (find_remains(view.appdata()) == Remains::none || is_locked(view.appdata()))
             return;
         const Remains remains = find_remains(view.appdata());
         if (remains == Remains::to_roll_back)
-            add_problem(Kind::interrupted, view.path_of(tree_names::undo),
-                        "A change was interrupted here. The next one, or a repair, rolls it back.");
+            add_problem(
+                Kind::interrupted, view.path_of(tree_names::undo),
+                "A change was interrupted here. The next change, or a repair, rolls it back.");
         else if (remains == Remains::to_drop)
-            add_problem(Kind::interrupted, view.path_of(tree_names::staging),
-                        "A change was interrupted here before it began, or after its end. The next "
-                        "one, or a repair, drops what it left.");
+            add_problem(
+                Kind::interrupted, view.path_of(tree_names::staging),
+                "A change was interrupted here before it began or after it was complete. The "
+                "next change, or a repair, drops what it left.");
         for (const std::string& path : view.files_of_others())
             add_note(
                 Kind::other_writer, path,
-                "Another program wrote this after a change was interrupted. It stays when that "
-                "is rolled back.");
+                "Another program wrote this file after a change was interrupted. It stays when "
+                "the change is rolled back.");
     }
 
     void inspect_shared_file(const SharedFile& file) {
@@ -116,14 +119,14 @@ private:
             health_.problems.push_back(std::move(*fault));
         if (file.trailing_bytes() > 0)
             add_note(Kind::trailing_bytes, file.path(),
-                     "After the object come " + std::to_string(file.trailing_bytes()) +
-                         " bytes, which the next write drops.");
+                     "The object is followed by trailing bytes: " +
+                         std::to_string(file.trailing_bytes()) + ". The next write drops them.");
         if (file.repeated_keys() > 0)
             add_note(Kind::repeated_key, file.path(),
-                     "The number of members whose keys it had before is " +
+                     "Members with the key of an earlier member: " +
                          std::to_string(file.repeated_keys()) +
-                         ". This library takes the first of each, as others may not, and the next "
-                         "write drops the rest.");
+                         ". This library ignores them, other programs may not, and the next write "
+                         "drops them.");
     }
 
     void inspect_entries() {
@@ -151,27 +154,29 @@ private:
                         "The entry " + in_quotes(key) + " is not a list of paths.", key);
         if (!paths)
             return;
+        const bool is_utf8 = utf8::is_valid(key);
+        const std::string prefix = is_entry ? name_prefix(key) : std::string();
         for (const std::string& path : *paths)
-            if (utf8::is_valid(key) && utf8::is_valid(path))
-                inspect_listed(key, path, is_entry);
+            if (is_utf8 && utf8::is_valid(path))
+                inspect_listed(key, prefix, path);
             else
                 is_in_other_encoding_ = true;
     }
 
-    void inspect_listed(const std::string& key, const std::string& path, bool is_entry) {
+    // `prefix` is what the names of the entry's documents begin with; empty if it is no product's.
+    void inspect_listed(const std::string& key, const std::string& prefix,
+                        const std::string& path) {
         const auto name = document_name(path);
-        const std::string entry = "The entry " + in_quotes(key) + " lists ";
-        if (!name) {
-            if (is_entry)
-                add_problem(Kind::outside, tree_.contents.path(),
-                            entry + in_quotes(path) +
-                                ", which is not in the directory of the documents.",
+        const auto add = [&](Kind kind, const char* what) {
+            if (!prefix.empty())
+                add_problem(kind, tree_.contents.path(),
+                            "The entry " + in_quotes(key) + " lists " + in_quotes(path) + what,
                             key);
-            return;
-        }
-        if (is_entry && !name->starts_with(name_prefix(key)))
-            add_problem(Kind::other_key, tree_.contents.path(),
-                        entry + in_quotes(path) + ", which has the key of another product.", key);
+        };
+        if (!name)
+            return add(Kind::outside, ", which is not in the directory of the documents.");
+        if (!name->starts_with(prefix))
+            add(Kind::other_key, ", which has the key of another product.");
         if (documents_.files.contains(*name))
             return;
         auto fault = fault_of_document(tree_.view, *name, nullptr, Comparison::size);
@@ -183,10 +188,10 @@ private:
         if (!fault) // the file system takes a file of another name for it
             fault = {Kind::missing,
                      tree_.view.path_of(*name),
-                     "There is only a document with another spelling of this name.",
+                     "There is only a document whose name has another spelling.",
                      {}};
         if (fault->kind == Kind::missing)
-            fault->text += ' ' + entry + "it.";
+            fault->text += " The entry " + in_quotes(key) + " lists it.";
         fault->product = key;
         health_.problems.push_back(std::move(*fault));
     }
@@ -221,7 +226,7 @@ private:
                 continue;
             else if (listed_.has_product_of(name))
                 add_note(Kind::not_listed, tree_.view.path_of(name),
-                         "A document of an earlier selection of its product.");
+                         "This document is from an earlier selection of its product.");
             else
                 add_problem(Kind::not_listed, tree_.view.path_of(name),
                             "No entry lists this document.");
@@ -259,9 +264,9 @@ private:
                 first = name;
         if (count > 0)
             add_note(Kind::fewer_readers, tree_.view.path_of(first),
-                     "Fewer users may read this document than may read the contents map" +
+                     "Fewer users may read this document than the contents map" +
                          (count == 1 ? std::string()
-                                     : "; in all, this holds for " + std::to_string(count)) +
+                                     : "; this holds for " + std::to_string(count) + " documents") +
                          '.');
     }
 

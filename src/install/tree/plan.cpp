@@ -33,7 +33,8 @@ std::string required_document_name(const std::string& path) {
 // one.
 std::string reason_of(const char* what, const std::string& tag,
                       const std::vector<std::string>& tags) {
-    std::string reason = std::string("It has no document for the ") + what + ' ' + in_quotes(tag);
+    std::string reason =
+        std::string("The product has no document for the ") + what + ' ' + in_quotes(tag);
     const char* before = ", only for ";
     for (const std::string& other : tags)
         reason += std::exchange(before, ", ") + in_quotes(other);
@@ -106,8 +107,8 @@ void require_no_skipped(const Layout& layout, const Plan& plan) {
         return;
     std::string reason = plan.reason_of_first;
     if (const std::size_t others = plan.skipped.size() - 1; others > 0)
-        reason += " So it is with " + std::to_string(others) + (others == 1 ? " tag" : " tags") +
-                  " more.";
+        reason += " The same holds for " + std::to_string(others) + " more tag" +
+                  (others == 1 ? "." : "s.");
     throw tree_error("write " + in_quotes(plan.skipped.front().product) + " to", layout.appdata,
                      reason);
 }

@@ -31,7 +31,7 @@ struct PrunePlan {
 };
 
 [[noreturn]] void refuse(const SharedFile& file, const std::string& reason) {
-    throw tree_error("prune by", file.path(), reason);
+    throw tree_error("rely on", file.path(), reason);
 }
 
 // Which documents an entry has is known only if it is a list, in the encoding of their names.
@@ -80,9 +80,9 @@ PrunePlan plan_prune(const FoundTree& tree) {
             plan.report.notes.push_back({Fault::Kind::not_listed, path, reason});
         };
         if (!name.ends_with(tree_names::document_suffix))
-            keep("This is not a document, and stays.");
+            keep("This is not a document. It stays.");
         else if (records.find(name) != nullptr)
-            keep("No entry lists this document, but a receipt has it, and it stays.");
+            keep("No entry lists this document, but a current receipt names it. It stays.");
         else {
             plan.names.push_back(name);
             plan.report.documents.push_back(path);
@@ -113,7 +113,7 @@ PruneReport do_prune(Directory directory, const Options& options) {
     for (const std::string& name : plan.names)
         journal.remove(name);
     if (!view.is_current()) // a program that knows no lock may have listed one of them
-        throw tree_error("prune by", locked.appdata.path_of(tree_names::contents_map),
+        throw tree_error("rely on", locked.appdata.path_of(tree_names::contents_map),
                          "Another program has written it meanwhile.");
     journal.commit();
     return std::move(plan.report);

@@ -23,8 +23,8 @@ void report_recovery(RepairReport& report, const Directory& appdata, const Recov
                                                     : "Drop what an interrupted change left."});
     for (const std::string& path : recovery.kept)
         report.notes.push_back({Fault::Kind::other_writer, path,
-                                "Another program wrote this after the change was interrupted. It "
-                                "stays."});
+                                "Another program wrote this file after the change was interrupted. "
+                                "It stays."});
 }
 
 // Returns what a repair of the tree would do.

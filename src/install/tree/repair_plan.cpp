@@ -122,8 +122,8 @@ private:
         if (!tree_.are_swapped())
             return;
         tree_.contents.swap_members(tree_.record);
-        add_step(tree_.contents, "Swap this file and " + tree_.record.name() +
-                                     ", of which each holds the members of the other.");
+        add_step(tree_.contents, "Swap this file with " + tree_.record.name() +
+                                     ": each holds the members of the other.");
     }
 
     void keep_damaged(SharedFile& file) {

@@ -223,16 +223,18 @@ TEST(TreeApply, SkipsTagsWithoutADocumentOrRefusesThem) {
     Options options;
     options.missing_documents = MissingDocuments::refuse;
     InstallTree strict(directory.upath(), options);
-    EXPECT_EQ(failure_of<tree_error>([&] {
-                  return strict.write({typos, more}), 0;
-              }),
-              "cannot write \"A 1 hostpf\" to " + directory.path("appdata").string() +
-                  ": It has no document for the platform \"Hostpf\\x1b\", only for \"en\", "
-                  "\"hostpf\". So it is with 1 tag more.");
+    EXPECT_EQ(
+        failure_of<tree_error>([&] {
+            return strict.write({typos, more}), 0;
+        }),
+        "cannot write \"A 1 hostpf\" to " + directory.path("appdata").string() +
+            ": The product has no document for the platform \"Hostpf\\x1b\", only for \"en\", "
+            "\"hostpf\". The same holds for 1 more tag.");
     EXPECT_TRUE(fs::is_empty(directory.path()));
-    EXPECT_TRUE(failure_of<tree_error>([&] {
-                    return strict.write({more}), 0;
-                }).ends_with(": It has no document for the locale \"de\", only for \"en\"."));
+    EXPECT_TRUE(
+        failure_of<tree_error>([&] {
+            return strict.write({more}), 0;
+        }).ends_with(": The product has no document for the locale \"de\", only for \"en\"."));
     typos.platforms.pop_back();
     strict.write({typos}); // no locale is wanted
     PreparedChange change = InstallTree(directory.upath()).prepare({{}, {more, more}});

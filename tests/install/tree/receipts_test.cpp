@@ -163,7 +163,8 @@ TEST(Receipts, SayWhatIsDifferent) {
     EXPECT_EQ(found(true), "different empty different |empty fewer_readers ");
     EXPECT_THROW(static_cast<void>(documents_of(directory.upath(), "E 1 hostpf")), tree_error);
     fs::permissions(directory.path("appdata/products"), fs::perms(0700));
-    EXPECT_NE(inspect(directory.upath()).notes.back().text.find("for 8."), std::string::npos);
+    EXPECT_NE(inspect(directory.upath()).notes.back().text.find("for 8 documents"),
+              std::string::npos);
     fs::resize_file(directory.path(contents_map), (1U << 30U) + 1U); // a file with a hole
     EXPECT_EQ(kinds_of(inspect(directory.upath()).problems), "unreadable empty different ");
 }

@@ -2,9 +2,9 @@
 /// The entry point of the JSON reader, its result codes and their descriptions.
 ///
 /// The reader is a recursive-descent parser over the bytes of a std::string. It reports malformed
-/// text by a result code and the position where reading stopped, never by an exception; it throws
-/// only if memory is exhausted. A value that was read does not point into the text. The reader has
-/// no state, so that threads may read at the same time.
+/// text by a result code and the position where reading stopped. It throws only if memory is
+/// exhausted. The value does not point into the text. The reader has no state, so that threads may
+/// read at the same time.
 
 #pragma once
 

@@ -12,7 +12,7 @@ namespace foundation::json::detail {
 /// A position in the text that is read.
 using Iterator = std::string::const_iterator;
 
-/// Returns the bytes from `first` up to, and without, `last`. Throws std::bad_alloc.
+/// Returns the bytes from `first` to `last`, without that at `last`. Throws std::bad_alloc.
 [[nodiscard]] KX_EXPORT std::string get_utf8_string(Iterator first, Iterator last);
 
 /// Returns the number that the NUL-terminated `token` represents, correctly rounded, whatever the

@@ -38,7 +38,7 @@ private:
     std::shared_ptr<Impl> data_;
 };
 
-/// The data of a component. Texts are UTF-16, and are not checked.
+/// The data of a component. Strings are UTF-16, and are not checked.
 struct Component::Impl {
     ustring componentKey; ///< the key of the component in its product
     ustring name;         ///< returned by the component as it is

@@ -27,7 +27,7 @@ namespace install::datamodels::transitive_closure {
 /// the last of them. A handle is never null.
 ///
 /// Products that require each other in a cycle keep each other alive. To avoid a leak, break the
-/// cycle after use, or let a product require models that hold just a basecode.
+/// cycle after use, or require models that have nothing but a basecode.
 class Product {
 public:
     struct Impl;
@@ -50,9 +50,9 @@ private:
     std::shared_ptr<Impl> data_;
 };
 
-/// An alternative dependency: five texts in UTF-16. The library does not interpret them.
+/// An alternative dependency: five strings in UTF-16. The library does not interpret them.
 struct AltDependency {
-    /// One of the texts.
+    /// One of the strings.
     /// @{
     ustring field1;
     ustring field2;
@@ -62,9 +62,9 @@ struct AltDependency {
     /// @}
 };
 
-/// The data of a product. Texts are UTF-16, and are not checked: an ill-formed one is reported when
-/// it is converted to UTF-8. A field that is "passed on" is not interpreted; the product returns it
-/// as it is. The accessors return the containers of the same names.
+/// The data of a product. Strings are UTF-16, and are not checked: an ill-formed one is reported
+/// when it is converted to UTF-8. A field that is "passed on" is not interpreted; the product
+/// returns it as it is. The accessors return the containers of the same names.
 struct Product::Impl {
     /// Products by keys that the caller chooses.
     using Products = std::map<ustring, Product>;

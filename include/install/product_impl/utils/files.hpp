@@ -1,10 +1,10 @@
 /// \file
 /// Whole files as bytes. Encoding, byte-order marks and line ends are not interpreted.
 ///
-/// Failures to open, read or write a file are not reported. For a path that no file can have,
-/// readFile and writeFile throw before they open a file: std::invalid_argument if it contains
-/// U+0000, fl::i18n::conversion_error if it is ill-formed UTF-16. createParentDirectory does so if
-/// that is true of the parent; it does not look at the last element.
+/// Failures to open, read or write a file are not reported. For a path that no file can have, all
+/// operations throw before they access the file system: std::invalid_argument if the path contains
+/// U+0000, fl::i18n::conversion_error if it is ill-formed UTF-16. createParentDirectory checks the
+/// parent only, not the last element.
 
 #pragma once
 

@@ -8,8 +8,8 @@
 ///     appdata/installedProductData.json    the installed record of all products
 ///
 /// A product key is a name, a space, a version, a space and a tag: that of a platform or a locale,
-/// or "hostpf" in the contents map. Nothing is trimmed, case-folded or escaped. All texts are
-/// UTF-16, and lengths count 16-bit units. All operations throw std::bad_alloc and
+/// or "hostpf" in the contents map. Nothing is trimmed, case-folded or escaped. All strings
+/// are UTF-16, and lengths are in 16-bit units. All operations throw std::bad_alloc and
 /// std::length_error. Those that return the path of an XML document also throw
 /// std::invalid_argument if name, version and tag form a path with a component "..", which could
 /// lie outside of the tree.
@@ -40,9 +40,9 @@ namespace install::product_impl::utils {
                                                         const ustring& name, const ustring& version,
                                                         const ustring& platform);
 
-/// Returns the full path of an XML document without the text of the install root. The root followed
-/// by the result is the full path again, so that the result begins with a separator unless the root
-/// is empty or ends with one. Throws std::out_of_range if the root is longer than the full path.
+/// Returns the full path of an XML document without the install root: the root followed by the
+/// result is the full path. So the result begins with a separator unless the root is empty or ends
+/// with one. Throws std::out_of_range if the root is longer than the full path.
 [[nodiscard]] KX_EXPORT fl::filesystem::path getRelativeXmlPath(const ustring& installRoot,
                                                                 const ustring& name,
                                                                 const ustring& version,

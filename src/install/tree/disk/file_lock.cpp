@@ -212,8 +212,8 @@ void FileLock::leave_text() {
     text_.time = milliseconds_since_epoch();
     if (!write_text() && is_shared_)
         throw tree_error("write", path_,
-                         "Other hosts would not know of the change: the file must be writable, and "
-                         "have no other name.");
+                         "Other hosts would not know of the change: the file must be writable and "
+                         "have no other hard link.");
 }
 
 // A file that has another name, too, is somebody's who wants it to be overwritten.

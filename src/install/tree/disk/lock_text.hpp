@@ -70,8 +70,8 @@ void require_written_since(const LockText& text, const Tree& tree) {
         if (!tree.matches(file.name, file) &&
             tree.status(file.name).modified / 1'000'000 <= text.time)
             throw tree_error("read", tree.path_of(file.name),
-                             "It is not what another host left there, which this one may see "
-                             "later. Try again, or wait for longer; or change the tree there.");
+                             "It is not what another host left there; this host may see that "
+                             "later. Try again, wait for longer, or use that host.");
 }
 
 } // namespace install::tree

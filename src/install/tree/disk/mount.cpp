@@ -47,12 +47,12 @@ MountLine line_of(std::uint64_t device) {
 
 std::string danger_of(const MountLine& line) {
     if (line.type == "fuse.rclone")
-        return "Through this file system (" + line.type + ") a renamed file may be lost.";
+        return "On this file system (" + line.type + "), a renamed file may be lost.";
     const std::string options = ',' + line.options + ',';
     if (line.type == "fuse.sshfs" || line.type == "fuse.bindfs" || line.type == "fuse" ||
         options.find(",local_lock=all,") != std::string::npos ||
         options.find(",local_lock=flock,") != std::string::npos)
-        return "A lock on this file system (" + line.type + ") is not seen by its other mounts.";
+        return "Other mounts of this file system (" + line.type + ") do not see its locks.";
     return {};
 }
 

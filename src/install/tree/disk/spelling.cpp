@@ -55,7 +55,7 @@ void Spelling::refuse(const Directory& directory, const std::string& name) {
         if (directory.status(folder + entry.name).is_same_file(found))
             other = in_quotes(entry.name);
     throw tree_error("write", directory.path_of(name),
-                     "This file system takes the name for that of " + other + '.');
+                     "This file system does not distinguish the name from " + other + '.');
 }
 
 } // namespace install::tree

@@ -212,8 +212,8 @@ Mount mount_for_changes(const Directory& appdata, const Options& options) {
     Mount mount = Mount::of(appdata);
     if (!mount.danger.empty())
         throw tree_error("change", appdata.path_of(""),
-                         mount.danger + " Say that this is the only mount that changes the tree, "
-                                        "if it is.");
+                         mount.danger + " If no other mount changes the tree, say so: "
+                                        "--only-mount, Options::only_mount.");
     return mount;
 }
 

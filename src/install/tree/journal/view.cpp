@@ -121,7 +121,7 @@ void Retries::wait() {
     const int retries_without_lock = mount_.is_shared ? 100 : 8;
     constexpr int most_retries = 2000; // a few seconds, where there is no right to lock
     if (++count_ == most_retries)
-        throw tree_error("read", appdata_.path_of(""), "It is changed again and again.");
+        throw tree_error("read", appdata_.path_of(""), "It changed during every attempt.");
     try {
         if (count_ == retries_without_lock)
             lock_.emplace(appdata_, FileLock::Shared());

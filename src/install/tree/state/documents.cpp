@@ -131,14 +131,16 @@ std::optional<Fault> fault_of_document(const View& view, const std::string& name
         }
         if (expected == nullptr)
             return std::nullopt;
-        const std::string wanted = "; it was written with " + in_bytes(expected->size) + '.';
+        const auto wanted = [&] {
+            return "; it had " + in_bytes(expected->size) + " when it was written.";
+        };
         if (*known_size == 0 && expected->size > 0)
-            return fault(Kind::empty, "The document is empty" + wanted);
+            return fault(Kind::empty, "The document is empty" + wanted());
         if (*known_size != expected->size)
-            return fault(Kind::different, "The document has " + in_bytes(*known_size) + wanted);
+            return fault(Kind::different, "The document has " + in_bytes(*known_size) + wanted());
         if (comparison == Comparison::size || view.matches(name, *expected))
             return std::nullopt;
-        return fault(Kind::different, "The document has another text than it was written with.");
+        return fault(Kind::different, "The document's text differs from what was written.");
     } catch (const tree_error& error) {
         return fault(Kind::unreadable, error.what());
     }

@@ -53,7 +53,7 @@ std::string hint(std::string_view text, const JsonFileDiagnosis& diagnosis) {
     if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF") ||
         text.starts_with(std::string_view("{\0", 2)) ||
         text.starts_with(std::string_view("\0{", 2)))
-        return "The file is in UTF-16; it ought to be in UTF-8.";
+        return "The file is in UTF-16; it must be in UTF-8.";
     if (text.find('\0') != std::string_view::npos)
         return "The file has NUL bytes, as a power failure leaves them.";
     if (diagnosis.code == foundation::json::detail::parse_end_of_input)
@@ -109,7 +109,7 @@ void SharedFile::read(const View& view) {
     if (is_not_regular())
         throw tree_error("read", path_, not_regular_text);
     if (seen_.size > most_bytes)
-        throw tree_error("read", path_, "The file has more than 1 GiB, and is not read.");
+        throw tree_error("read", path_, "The file is larger than 1 GiB, and is not read.");
     if (auto bytes = view.read(name_)) {
         text_ = std::move(*bytes);
         kept_name_ = name_ + std::string(tree_names::old_suffix);
@@ -184,7 +184,7 @@ void SharedFile::require_round_trip() {
     Value object(std::move(members));
     if (state != State::object || serialize(object) != text)
         throw tree_error("repair", path_,
-                         "What is whole of it could not be read back once it is written.");
+                         "Its whole members could not be read back after a write.");
     object_ = EditableObject(std::move(object.get<ValueMap>()));
     diagnosis_ = {};
     diagnosis_.state = State::object;
