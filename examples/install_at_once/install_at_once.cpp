@@ -13,10 +13,10 @@ int main() {
         model->basecode = model->name = name;
         model->version = u"2.5";
         model->platformXmls.emplace_back(u"hostpf", u"<product/>");
-        products.push_back({std::make_shared<const ProductImpl>(model), {"hostpf"}, "en"});
+        products.push_back({std::make_shared<const ProductImpl>(model), {"hostpf"}, ""});
     }
     try {
-        InstallTree tree(u"kit");
+        InstallTree tree(u"kit", {.missing_documents = MissingDocuments::refuse});
         tree.write(products);
         for (const ContentsEntry& entry : tree.list().contents)
             std::cout << entry.key << '\n';

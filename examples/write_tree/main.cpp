@@ -136,7 +136,8 @@ int run(const std::string& root, std::istream& stream, Writing writing, bool onl
     const Products products(catalogue.packages);
     const std::vector<ProductSelection> all = selections(catalogue.packages, products.all());
 
-    InstallTree tree(install_root, {.only_mount = only_mount});
+    InstallTree tree(install_root, {.only_mount = only_mount,
+                                    .missing_documents = install::tree::MissingDocuments::refuse});
     const auto start = std::chrono::system_clock::now();
     write(writing, tree, install_root, catalogue.packages, all);
     const std::chrono::duration<double> elapsed = std::chrono::system_clock::now() - start;

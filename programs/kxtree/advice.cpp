@@ -6,6 +6,7 @@
 #include "owners.hpp"
 #include "shell_text.hpp"
 
+#include <cstddef>
 #include <set>
 
 namespace kxtree {
@@ -44,6 +45,8 @@ std::string action_on(const Fault& fault, const Root& root) {
         return "move away what is in the place of " + file;
     case Kind::unreadable:
         return "see why it cannot be read: ls -ld " + shell_word(path);
+    case Kind::not_listed:
+        return "delete it if nobody needs it, as it is not a document: rm -- " + shell_word(path);
     case Kind::not_utf8:
         return "convert it to UTF-8, for instance with iconv: " + file;
     default:
@@ -58,15 +61,10 @@ std::string joined(const std::vector<std::string>& texts) {
     return line;
 }
 
-std::string action_on_unlisted(const std::vector<std::string>& files) {
-    std::string line =
-        files.size() == 1
-            ? "let the installer write the product of this document again, or delete it: rm --"
-            : "let the installer write the products of these documents again, or delete them: rm "
-              "--";
-    for (const std::string& file : files)
-        line += ' ' + shell_word(file);
-    return line;
+std::string action_on_unlisted(std::size_t count, const std::string& root) {
+    return std::string("let the installer write the product") +
+           (count == 1 ? " of this document" : "s of these documents") +
+           " again, or remove all that no entry lists: " + command_line("prune", root);
 }
 
 std::string action_on_products(const std::vector<std::string>& keys, const std::string& root) {
@@ -82,19 +80,20 @@ Advice advice_on(const install::tree::RepairReport& report, const Root& root,
                  const std::string& root_argument) {
     const Owners owners(root.path(), report.listing);
     std::set<std::string> products;
-    std::vector<std::string> unlisted;
+    std::size_t unlisted = 0; // documents, which a prune would remove
     Advice advice;
     for (const Fault& fault : report.remaining) {
         auto keys = fault.product.empty() ? owners.of(fault.path) : std::vector{fault.product};
         if (is_of_products(fault.kind) && !keys.empty())
             products.insert(keys.begin(), keys.end());
-        else if (fault.kind == Kind::not_listed)
-            unlisted.push_back(root.as_given(fault.path));
+        else if (fault.kind == Kind::not_listed &&
+                 fault.path.ends_with(install::tree_names::document_suffix))
+            ++unlisted;
         else
             advice.actions.push_back(action_on(fault, root));
     }
-    if (!unlisted.empty())
-        advice.actions.push_back(action_on_unlisted(unlisted));
+    if (unlisted > 0)
+        advice.actions.push_back(action_on_unlisted(unlisted, root_argument));
     advice.products.assign(products.begin(), products.end());
     std::vector<std::string> short_keys;
     short_keys.reserve(products.size());

@@ -106,6 +106,16 @@ void add_check(CLI::App& program, Request& request) {
     command.json();
 }
 
+void add_sbom(CLI::App& program, Request& request) {
+    Command command(program, request, sbom, "sbom",
+                    "Prints an inventory for other programs, in CycloneDX: the products, their "
+                    "documents, and the hashes of these",
+                    "sbom /opt/kit --contents -o kit.cdx.json");
+    command.flag("--contents", request.contents,
+                 "Also compares the text of every document with what was written");
+    command.option("-o,--output", request.output, "Writes to this file");
+}
+
 void add_remove(CLI::App& program, Request& request) {
     Command command(program, request, remove, "remove",
                     "Removes products: their entries, and documents only they list",
@@ -114,6 +124,15 @@ void add_remove(CLI::App& program, Request& request) {
     command.option(
         "--basecode", request.basecode,
         "The entry of the installed record that belongs to the KEY, if the tree does not know it");
+    command.flag("--dry-run", request.dry_run, "Only says what it would do");
+    command.wait();
+    command.json();
+}
+
+void add_prune(CLI::App& program, Request& request) {
+    Command command(program, request, prune, "prune",
+                    "Removes documents that no entry lists, and no current receipt has",
+                    "prune /opt/kit --dry-run");
     command.flag("--dry-run", request.dry_run, "Only says what it would do");
     command.wait();
     command.json();
@@ -151,8 +170,9 @@ void parse(CLI::App& program, int argc, char** argv, Request& request) {
     reveal(request.root);
     for (std::string& operand : request.operands)
         reveal(operand);
-    if (request.basecode)
-        reveal(*request.basecode);
+    for (auto* const value : {&request.basecode, &request.output})
+        if (*value)
+            reveal(**value);
     if (request.basecode && request.operands.size() > 1)
         throw CLI::ValidationError("--basecode needs exactly one KEY");
 }
@@ -187,7 +207,8 @@ std::variant<Request, ExitStatus> read_arguments(int argc, char** argv) {
     program.require_subcommand(1);
     program.footer("Example:\n  kxtree check /opt/kit");
     Request request;
-    for (const auto add : {add_list, add_files, add_owner, add_check, add_remove, add_repair})
+    for (const auto add :
+         {add_list, add_files, add_owner, add_check, add_sbom, add_remove, add_prune, add_repair})
         add(program, request);
     if (argc < 2) {
         std::cout << program.help();

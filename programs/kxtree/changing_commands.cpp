@@ -1,6 +1,7 @@
 #include "commands.hpp"
 
 #include "install/tree/install_tree.hpp"
+#include "install/tree/prune.hpp"
 #include "install/tree/repair.hpp"
 #include "interruption.hpp"
 #include "json_output.hpp"
@@ -17,6 +18,7 @@
 namespace kxtree {
 
 using install::tree::InstallTree;
+using install::tree::RepairMode;
 
 namespace {
 
@@ -81,8 +83,22 @@ Result remove(const Request& request) {
     return {ok, true};
 }
 
+Result prune(const Request& request) {
+    if (!request.dry_run)
+        prepare_for_change();
+    const Root root(request.root);
+    const auto report =
+        install::tree::prune(root.name(), request.dry_run ? RepairMode::dry_run : RepairMode::apply,
+                             options_of(request));
+    const bool has_changed = !request.dry_run && !report.documents.empty();
+    if (request.json)
+        std::cout << prune_as_json(report, has_changed);
+    else
+        print_prune(std::cout, report, has_changed, Style());
+    return {ok, has_changed};
+}
+
 Result repair(const Request& request) {
-    using install::tree::RepairMode;
     if (request.apply)
         prepare_for_change();
     const Root root(request.root);

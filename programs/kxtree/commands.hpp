@@ -12,7 +12,9 @@ namespace kxtree {
 [[nodiscard]] Result files(const Request& request);
 [[nodiscard]] Result owner(const Request& request);
 [[nodiscard]] Result check(const Request& request);
+[[nodiscard]] Result sbom(const Request& request); // or to a file
 [[nodiscard]] Result remove(const Request& request);
+[[nodiscard]] Result prune(const Request& request);
 [[nodiscard]] Result repair(const Request& request);
 
 } // namespace kxtree

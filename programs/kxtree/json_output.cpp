@@ -54,9 +54,14 @@ Value with_time(ValueMap object, const std::optional<Time>& time) {
 
 Value product_as_json(const Product& product) {
     const auto* const receipt = product.receipt;
+    const auto* const names = receipt_with_names(product);
     return with_time({{"key", text(product.entry->key)},
                       {"basecode", receipt ? text(receipt->basecode) : Value(Null())},
-                      {"files", list(product.entry->paths, text)}},
+                      {"files", list(product.entry->paths, text)},
+                      {"name", names ? text(names->name) : Value(Null())},
+                      {"version", names ? text(names->version) : Value(Null())},
+                      {"platforms", names ? list(names->platforms, text) : Value(Null())},
+                      {"locale", names ? text(names->locale) : Value(Null())}},
                      receipt ? std::optional(receipt->time) : std::nullopt);
 }
 
@@ -133,6 +138,12 @@ std::string removal_as_json(const Removal& removal) {
                           })},
          {"documents", list(removal.documents, text)},
          {"changed", Value(removal.done)}});
+}
+
+std::string prune_as_json(const install::tree::PruneReport& report, bool has_changed) {
+    return as_line({{"documents", list(report.documents, text)},
+                    {"notes", faults_as_json(report.notes)},
+                    {"changed", Value(has_changed)}});
 }
 
 std::string repair_as_json(const RepairResult& repair) {

@@ -4,6 +4,7 @@
 
 #include "advice.hpp"
 #include "install/tree/health.hpp"
+#include "install/tree/prune.hpp"
 #include "owners.hpp"
 #include "removal.hpp"
 
@@ -21,6 +22,7 @@ documents_as_json(const std::string& key,
 [[nodiscard]] std::string owners_as_json(const std::vector<OwnedPath>& paths);
 [[nodiscard]] std::string health_as_json(const install::tree::Health& health);
 [[nodiscard]] std::string removal_as_json(const Removal& removal);
+[[nodiscard]] std::string prune_as_json(const install::tree::PruneReport& report, bool has_changed);
 [[nodiscard]] std::string repair_as_json(const RepairResult& repair);
 
 } // namespace kxtree

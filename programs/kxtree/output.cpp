@@ -1,12 +1,14 @@
 #include "output.hpp"
 
 #include "install/tree/printable_text.hpp"
+#include "install/tree_names.hpp"
 #include "iso_time.hpp"
 #include "products.hpp"
 #include "shell_text.hpp"
 #include "state.hpp"
 #include "table.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -50,6 +52,16 @@ std::string environment(const char* name) {
     return value == nullptr ? "" : value;
 }
 
+// Whether a prune may find something.
+bool has_unlisted_documents(const Health& health) {
+    const auto is_one = [](const Fault& fault) {
+        return fault.kind == Fault::Kind::not_listed &&
+               fault.path.ends_with(install::tree_names::document_suffix);
+    };
+    return std::ranges::any_of(health.problems, is_one) ||
+           std::ranges::any_of(health.notes, is_one);
+}
+
 // A dry run that would change nothing is no different from a repair.
 bool is_hypothetical(const RepairResult& repair) {
     return !repair.is_applied && !repair.report.steps.empty();
@@ -82,14 +94,20 @@ std::string Style::in_colour(const char* code, std::string_view text) const {
 }
 
 void print_listing(std::ostream& stream, const Listing& listing) {
-    std::vector<std::vector<std::string>> rows{{"PRODUCT", "BASECODE", "FILES", "LAST WRITE"}};
-    for (const auto& [entry, receipt] : products_of(listing))
+    std::vector<std::vector<std::string>> rows{
+        {"PRODUCT", "NAME", "VERSION", "BASECODE", "FILES", "LAST WRITE"}};
+    for (const Product& product : products_of(listing)) {
+        const auto* const receipt = product.receipt;
+        const auto* const names = receipt_with_names(product);
         rows.push_back(
-            {printable_text(entry->key), receipt ? printable_text(receipt->basecode) : "-",
-             std::to_string(entry->paths.size()), receipt ? iso_time(receipt->time) : "-"});
+            {printable_text(product.entry->key), names ? printable_text(names->name) : "-",
+             names ? printable_text(names->version) : "-",
+             receipt ? printable_text(receipt->basecode) : "-",
+             std::to_string(product.entry->paths.size()), receipt ? iso_time(receipt->time) : "-"});
+    }
     for (const RecordEntry& entry : unclaimed_record_of(listing))
-        rows.push_back({"-", printable_text(entry.basecode), "-", iso_time(entry.time)});
-    print_table(stream, rows, 2);
+        rows.push_back({"-", "-", "-", printable_text(entry.basecode), "-", iso_time(entry.time)});
+    print_table(stream, rows, 4);
 }
 
 void print_keys(std::ostream& stream, const Listing& listing) {
@@ -107,9 +125,13 @@ void print_documents(std::ostream& stream,
     print_table(stream, rows, 0);
 }
 
-void print_health(std::ostream& stream, const Health& health, const Style& style) {
+void print_health(std::ostream& stream, const Health& health, const std::string& root_argument,
+                  const Style& style) {
     print_faults(stream, style.bad("Problems"), health.problems);
     print_faults(stream, style.doubtful("Notes"), health.notes);
+    if (has_unlisted_documents(health))
+        stream << "To see which documents nobody needs, run: "
+               << command_line("prune", root_argument) << " --dry-run\n";
     const std::string problems = counted(health.problems.size(), "problem");
     stream << counted(health.listing.contents.size(), "product") << ", "
            << counted(health.documents, "document") << ", "
@@ -123,6 +145,10 @@ void print_health(std::ostream& stream, const Health& health, const Style& style
     stream << '\n';
 }
 
+void print_problems(std::ostream& stream, const Health& health) {
+    print_faults(stream, "Problems", health.problems);
+}
+
 void print_removal(std::ostream& stream, const Removal& removal) {
     for (const auto& product : removal.products) {
         stream << (removal.done ? "Removed " : "Would remove ") << printable_text(product.key);
@@ -132,6 +158,19 @@ void print_removal(std::ostream& stream, const Removal& removal) {
     }
     for (const std::string& document : removal.documents)
         stream << "  " << printable_text(document) << '\n';
+}
+
+void print_prune(std::ostream& stream, const install::tree::PruneReport& report, bool has_changed,
+                 const Style& style) {
+    const auto& documents = report.documents;
+    if (documents.empty())
+        stream << "Nothing to remove.\n";
+    else
+        stream << (has_changed ? "Removed " : "Would remove ")
+               << counted(documents.size(), "document") << " that no entry lists:\n";
+    for (const std::string& document : documents)
+        stream << "  " << printable_text(document) << '\n';
+    print_faults(stream, style.doubtful("Notes"), report.notes);
 }
 
 void print_repair(std::ostream& stream, const RepairResult& repair, const Style& style) {

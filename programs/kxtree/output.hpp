@@ -4,6 +4,7 @@
 
 #include "advice.hpp"
 #include "install/tree/health.hpp"
+#include "install/tree/prune.hpp"
 #include "owners.hpp"
 #include "removal.hpp"
 
@@ -34,8 +35,12 @@ void print_listing(std::ostream& stream, const install::tree::Listing& listing);
 void print_keys(std::ostream& stream, const install::tree::Listing& listing);
 void print_documents(std::ostream& stream,
                      const std::vector<install::tree::ListedDocument>& documents);
-void print_health(std::ostream& stream, const install::tree::Health& health, const Style& style);
+void print_health(std::ostream& stream, const install::tree::Health& health,
+                  const std::string& root_argument, const Style& style);
+void print_problems(std::ostream& stream, const install::tree::Health& health);
 void print_removal(std::ostream& stream, const Removal& removal);
+void print_prune(std::ostream& stream, const install::tree::PruneReport& report, bool has_changed,
+                 const Style& style);
 void print_repair(std::ostream& stream, const RepairResult& repair, const Style& style);
 
 /// The same; prints paths without an owner to standard error.

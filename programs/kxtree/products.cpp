@@ -1,5 +1,7 @@
 #include "products.hpp"
 
+#include "install/tree_names.hpp"
+
 #include <algorithm>
 #include <map>
 #include <set>
@@ -20,6 +22,15 @@ std::vector<Product> products_of(const Listing& listing) {
         products.push_back({&entry, receipt == receipts.end() ? nullptr : receipt->second});
     }
     return products;
+}
+
+const install::tree::Receipt* receipt_with_names(const Product& product) {
+    const auto* const receipt = product.receipt;
+    const auto is_key_of = [](const install::tree::Receipt& named) {
+        return named.key ==
+               named.name + ' ' + named.version + ' ' + std::string(install::tree_names::entry_tag);
+    };
+    return receipt != nullptr && is_key_of(*receipt) ? receipt : nullptr;
 }
 
 std::vector<RecordEntry> unclaimed_record_of(const Listing& listing) {

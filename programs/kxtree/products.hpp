@@ -19,6 +19,10 @@ struct Product {
 /// Returns the products of a listing, in the order of their keys.
 [[nodiscard]] std::vector<Product> products_of(const install::tree::Listing& listing);
 
+/// Returns the receipt of a product if it says name, version, platforms and locale; null if it does
+/// not, as those of earlier versions of the library, or there is none.
+[[nodiscard]] const install::tree::Receipt* receipt_with_names(const Product& product);
+
 /// Returns the entries of the installed record that no receipt of these products names, in the
 /// order of their keys.
 [[nodiscard]] std::vector<install::tree::RecordEntry>

@@ -4,10 +4,13 @@
 #include "install/tree/health.hpp"
 #include "install/tree/install_tree.hpp"
 #include "install/tree/printable_text.hpp"
+#include "install/tree_names.hpp"
 #include "interruption.hpp"
+#include "inventory.hpp"
 #include "json_output.hpp"
 #include "keys.hpp"
 #include "output.hpp"
+#include "output_file.hpp"
 #include "owners.hpp"
 #include "products.hpp"
 #include "progress_line.hpp"
@@ -19,6 +22,7 @@
 
 namespace kxtree {
 
+using install::tree::Fault;
 using install::tree::InstallTree;
 
 namespace {
@@ -38,6 +42,21 @@ install::tree::Health health_of(const Request& request) {
              require_no_interruption();
              line.show(done, total);
          }});
+}
+
+// What lacks products without saying so is no inventory.
+std::string inventory_of(const Request& request, const install::tree::Health& health,
+                         const Edition& edition) {
+    const Root root(request.root);
+    const std::string contents_map = root.path_of(install::tree_names::contents_map);
+    const auto hides_products = [&](const Fault& fault) {
+        return fault.path == contents_map && fault.product.empty() &&
+               fault.kind != Fault::Kind::not_utf8;
+    };
+    if (!health.is_complete || std::ranges::any_of(health.problems, hides_products))
+        throw Failure("some of the tree is missing or could not be read",
+                      "to see what helps, run: " + command_line("repair", request.root));
+    return inventory_as_json(root, health, request.contents, edition);
 }
 
 } // namespace
@@ -91,8 +110,24 @@ Result check(const Request& request) {
     if (request.json)
         std::cout << health_as_json(health);
     else
-        print_health(std::cout, health, Style());
+        print_health(std::cout, health, request.root, Style());
     return {!health.is_complete ? failed : health.problems.empty() ? ok : problems};
+}
+
+Result sbom(const Request& request) {
+    const Edition edition = next_edition();
+    const auto health = health_of(request);
+    if (!health.problems.empty())
+        static_cast<void>(listing_of(request)); // throws where a shared file cannot be read
+    print_problems(std::cerr, health);
+    const std::string text = inventory_of(request, health, edition);
+    if (request.output) {
+        note_interruptions(); // from here to the end takes no time
+        write_file(*request.output, text);
+    } else {
+        std::cout << text;
+    }
+    return {health.problems.empty() ? ok : problems};
 }
 
 } // namespace kxtree

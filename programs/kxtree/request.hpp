@@ -30,6 +30,7 @@ struct Request {
     std::string root;                  ///< the install root
     std::vector<std::string> operands; ///< the keys or paths after it, as they were given
     std::optional<std::string> basecode;
+    std::optional<std::string> output; ///< a file for it; none: standard output
     std::optional<std::chrono::milliseconds> wait_at_most;
     bool json = false;
     bool keys = false;

@@ -68,8 +68,9 @@ int DurableDisk::add_file(const fs::path& path) {
 
 void DurableDisk::after(const DiskCall& call, int result) {
     const std::string& function = call.function;
-    if ((call.name != nullptr ? fs::path(call.name) : path_of(call.descriptor)).filename() ==
-        ".lock")
+    const fs::path file =
+        call.name != nullptr ? call.name : fs::read_symlink(path_of(call.descriptor));
+    if (file.filename() == ".lock")
         return;
     if (function == "fsync")
         return flush(number_of(path_of(call.descriptor)));

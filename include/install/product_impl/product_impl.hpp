@@ -107,6 +107,13 @@ public:
     [[nodiscard]] std::string getLocaleXml(const std::string& locale) const;
     /// @}
 
+    /// Return the tags that have a document, in UTF-8, in the order of their bytes. Throw
+    /// std::bad_alloc.
+    /// @{
+    [[nodiscard]] std::vector<std::string> getPlatformXmlTags() const;
+    [[nodiscard]] std::vector<std::string> getLocaleXmlTags() const;
+    /// @}
+
     /// \name Stages of serialize
     /// All throw as serialize does, where what it says of `installRoot` is true of `filePath`, too,
     /// and what their own descriptions add. Paths and keys are those of

@@ -20,8 +20,20 @@ namespace install::tree {
 /// A product, and which of its documents to write.
 struct ProductSelection {
     std::shared_ptr<const product_impl::ProductImpl> product; ///< not null
-    std::vector<std::string> platforms; ///< tags in UTF-8; those without a document are skipped
-    std::string locale;                 ///< a tag in UTF-8; skipped if it has no document
+    std::vector<std::string> platforms;                       ///< tags in UTF-8
+    std::string locale; ///< a tag in UTF-8; empty if no locale is wanted
+};
+
+/// A tag of a selection for which its product has no document.
+struct SkippedDocument {
+    std::string product; ///< the key of the product in the contents map, in UTF-8
+    std::string tag;     ///< of a platform or of the locale, as it was selected
+};
+
+/// What becomes of tags without a document.
+enum class MissingDocuments {
+    skip,   ///< nothing is written for them, as by serialize
+    refuse, ///< nothing is written at all
 };
 
 /// The entries of an installed product.
@@ -50,6 +62,7 @@ struct ChangeStep {
     Kind kind = Kind::create; ///< what is done
     std::string
         path; ///< of the file, in the encoding of the file system; not printable as it stands
+    bool is_document = false; ///< whether it is a product's, or else one of the tree's own files
 };
 
 /// Returns the name of a kind: "create", "replace" or "remove". The text is a string literal.
@@ -70,20 +83,24 @@ struct Progress {
     /// The parts of a change, in this order.
     enum class Phase {
         stage, ///< new files are written beside the tree
-        flush, ///< they are made durable; the system does so in one piece
+        flush, ///< they and those that they replace are made durable; not in every change
         move,  ///< they take their places
         drop,  ///< what they replaced is dropped; the change is made already
     };
     Phase phase = Phase::stage; ///< the part that is under way
-    std::size_t done = 0;       ///< files that are done, in this phase
-    std::size_t total = 0;      ///< files that the phase has; 0 where that is not known
+    /// Files that are done, in this phase. Many files are flushed in one piece, where the system
+    /// can do that: then all of them are done at the same moment.
+    std::size_t done = 0;
+    std::size_t total = 0; ///< files that the phase has, at least one
 };
 
 /// What a change survives once it has returned, and what an interrupted one can be rolled back
 /// after.
 enum class Durability {
     power_failure, ///< everything: the disk is asked to keep what was written
-    process_death, ///< the death of the process, not that of the machine: for images that are built
+    /// The death of the process, not that of the machine: for images that are built. A change then
+    /// has no phase `flush`.
+    process_death,
 };
 
 /// In the place of the number of a process: one that only reads, and soon ends.
@@ -105,8 +122,9 @@ struct Options {
     /// to see what another one changed, with a_process_elsewhere. What it throws ends the waiting,
     /// and the change.
     std::function<void(std::int64_t process)> on_wait = {};
-    /// Called at the beginning of each phase, and at least every 100 ms of work. What it throws
-    /// before the change is made drops the change; what it throws afterwards is ignored.
+    /// Called at the beginning of each phase that the change has, at the end of `flush` and `drop`,
+    /// and at least every 100 ms while files are counted. What it throws before the change is made
+    /// drops the change; what it throws afterwards is ignored.
     std::function<void(const Progress&)> on_progress = {};
     /// How long a change waits for others before it throws tree_error with std::errc::timed_out,
     /// which names the process that it waited for. Without a value: as long as it takes.
@@ -121,6 +139,10 @@ struct Options {
     /// Whether no other mount of the file system changes this tree, so that nothing has to be
     /// waited for. Otherwise a change throws tree_error where locks do not exclude other mounts.
     bool only_mount = false;
+    /// What becomes of tags that are selected and have no document. With `refuse`, a change throws
+    /// tree_error before it touches anything, which names the product, the tag, and the tags that
+    /// it has.
+    MissingDocuments missing_documents = MissingDocuments::skip;
 };
 
 struct StagedChange;
@@ -143,9 +165,13 @@ public:
     /// the installed record; none where that is unchanged.
     [[nodiscard]] std::vector<InstalledProduct> removed() const;
 
+    /// Returns the tags for which nothing is written, in the order of the selections. An empty
+    /// locale is none of them.
+    [[nodiscard]] std::vector<SkippedDocument> skipped() const;
+
     /// Makes the change, and releases the lock. Throws tree_error, whose outcome says what became
     /// of the tree, or what the observer of the progress throws. Afterwards, whether it threw or
-    /// not, steps() and removed() return nothing, and another call does nothing.
+    /// not, steps(), removed() and skipped() return nothing, and another call does nothing.
     void commit();
 
 private:

@@ -6,6 +6,8 @@
 ///     for (const ContentsEntry& entry : tree.list().contents)
 ///         std::cout << entry.key << '\n';
 ///
+/// examples/upgrade is a whole installer: a dry run, a question, a bar, and a way to cancel.
+///
 /// ProductImpl::serialize writes one product, in-place, and reports nothing of a failed write.
 /// InstallTree leaves the same files, for any number of products at once. When a change has
 /// returned, all of it is in the tree and on the disk; when it throws, or the process is killed, or
@@ -17,11 +19,18 @@
 /// read do not wait, change nothing, and always see the tree as it was before or after a change,
 /// also while one is under way or was interrupted.
 ///
-/// A failure throws tree_error, whose outcome() says what became of the tree; exhausted memory
-/// throws std::bad_alloc, and readers of this library then see the tree as it was. A path, a name
-/// or a version that no file can have throws what install/product_impl/utils/paths.hpp and
-/// files.hpp say. A recovery that fails throws, too, and says that an earlier change was
-/// interrupted.
+/// A failure throws tree_error, whose outcome() says what became of the tree. A recovery that fails
+/// throws it, too, and says that an earlier change was interrupted. Nothing else is thrown but
+///
+/// - std::bad_alloc, if memory is exhausted: readers of this library then see the tree as it was;
+/// - std::invalid_argument, for a selection without a product, and for a path that no file can
+///   have: U+0000 in the install root, or U+0000 or a component `..` in a name, a version or a tag;
+/// - fl::i18n::conversion_error, a std::runtime_error, for an install root, a basecode, a name or a
+///   version that is ill-formed UTF-16;
+/// - what the observers in Options, or a product that is derived from ProductImpl, throw.
+///
+/// The second and the third are thrown before anything is touched, those of the install root by
+/// the constructor.
 
 #pragma once
 
@@ -59,8 +68,19 @@ struct Receipt {
         std::uint64_t size; ///< in bytes
         std::string sha256; ///< 64 hexadecimal digits
     };
-    std::string key;                                       ///< of the contents map
-    std::string basecode;                                  ///< of the installed record
+    std::string key;      ///< of the contents map, in UTF-8
+    std::string basecode; ///< of the installed record, in UTF-8
+    /// \name Of the product and its selection
+    /// In UTF-8. Empty in receipts of earlier versions of the library.
+    /// @{
+    std::string name;    ///< of the product
+    std::string version; ///< of the product
+    /// The tags of the platforms that have a document: one for each of `documents` but that of the
+    /// locale, in the same order.
+    std::vector<std::string> platforms;
+    /// The tag of the locale if that has a document, which is the last one; empty if it has none.
+    std::string locale;
+    /// @}
     std::chrono::sys_time<std::chrono::milliseconds> time; ///< of the change
     std::vector<Document> documents;                       ///< in the order of the list
 };
@@ -94,8 +114,9 @@ public:
     ///
     /// Then writes `change.write`: the tree is what serialize of each in order would have left,
     /// byte for byte except for the times, which are all the same. Missing directories are created.
-    /// An override of writeXml in a derived product is not called. Throws tree_error if a
-    /// shared file cannot be read or holds no object, or another program wrote it meanwhile, and
+    /// An override of writeXml in a derived product is not called. A tag without a document is
+    /// skipped, or refused: see Options::missing_documents. Throws tree_error if a shared file
+    /// cannot be read or holds no object, or another program wrote it meanwhile, and
     /// std::invalid_argument if a product is null.
     ///
     /// A file that is replaced keeps its permissions, and its owner and its group where that is

@@ -4,6 +4,18 @@
 
 namespace install::product_impl {
 
+namespace {
+
+std::vector<std::string> tags_of(const XmlMap& documents) {
+    std::vector<std::string> tags;
+    tags.reserve(documents.size());
+    for (const auto& [tag, document] : documents)
+        tags.push_back(tag);
+    return tags;
+}
+
+} // namespace
+
 ustring ProductImpl::getBasecode() const {
     return basecode_;
 }
@@ -64,6 +76,14 @@ ComponentMap ProductImpl::getComponents() const {
 
 std::vector<AltDependency> ProductImpl::getAltDependencies() const {
     return altDependencies_;
+}
+
+std::vector<std::string> ProductImpl::getPlatformXmlTags() const {
+    return tags_of(platformXmls_);
+}
+
+std::vector<std::string> ProductImpl::getLocaleXmlTags() const {
+    return tags_of(localeXmls_);
 }
 
 bool ProductImpl::shouldWritePlatformXml(const std::string& platform) const {

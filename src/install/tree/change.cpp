@@ -33,6 +33,7 @@ struct StagedChange {
     LockedTree tree;
     Journal journal;
     std::vector<InstalledProduct> removed; // with the basecodes that are
+    std::vector<SkippedDocument> skipped;
 };
 
 namespace {
@@ -100,32 +101,41 @@ std::set<std::string> remove_entries(const std::vector<InstalledProduct>& produc
 void leave_needed(std::set<std::string>& doomed, const Plan& plan, const FoundTree& tree) {
     for (const auto& [name, document] : plan.documents)
         doomed.erase(name);
-    if (!doomed.empty())
-        for (const auto& [key, value] : tree.contents.members())
-            for_each_listed_document(value, [&](const std::string& name) { doomed.erase(name); });
+    if (doomed.empty())
+        return;
+    for (const auto& [key, value] : tree.contents.members())
+        for_each_listed_document(value, [&](const std::string& name) { doomed.erase(name); });
+    if (doomed.empty() || !ignores_case(tree.view.appdata(), *doomed.begin()))
+        return;
+    ListedDocuments listed(true);
+    for (const auto& [key, value] : tree.contents.members())
+        listed.add(key, value);
+    std::erase_if(doomed, [&](const std::string& name) { return listed.has(name); });
 }
 
 // Sets the entries of a product, and its receipt.
 void set_entries(Plan::Entry& entry, long long milliseconds, FoundTree& tree) {
-    Receipt receipt = {
-        entry.key, entry.basecode, InstallTree::Time(std::chrono::milliseconds(milliseconds)), {}};
+    Receipt& receipt = entry.receipt;
+    receipt.time = InstallTree::Time(std::chrono::milliseconds(milliseconds));
     auto document = entry.listed.begin();
     for (const Value& path : entry.paths.get<ValueVector>()) {
         const FileRecord& file = (*document++)->written;
         receipt.documents.push_back(
             {path.get<std::string>(), file.size, hexadecimal(file.digest.value())});
     }
-    tree.contents.set(entry.key, std::move(entry.paths));
-    tree.record.set(entry.basecode, Value(milliseconds));
+    tree.contents.set(receipt.key, std::move(entry.paths));
+    tree.record.set(receipt.basecode, Value(milliseconds));
     if (!tree.receipts.is_not_regular())
-        tree.receipts.set(entry.key, value_of(receipt));
+        tree.receipts.set(receipt.key, value_of(receipt));
 }
 
 std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options,
                                     const Change& change) {
-    constexpr std::size_t shared_files = 6; // three, and what they were
     Plan plan = plan_write(layout, change.write);
+    if (options.missing_documents == MissingDocuments::refuse)
+        require_no_skipped(layout, plan);
     auto staged = std::make_unique<StagedChange>(open_tree(layout, !change.write.empty()), options);
+    staged->skipped = std::move(plan.skipped);
     Journal& journal = staged->journal;
     const View view(staged->tree.appdata);
     FoundTree tree(view);
@@ -133,7 +143,9 @@ std::unique_ptr<StagedChange> stage(const Layout& layout, const Options& options
     staged->removed = take_receipts(change.remove, tree);
     std::set<std::string> doomed = remove_entries(staged->removed, tree);
     leave_needed(doomed, plan, tree);
-    journal.announce(plan.documents.size() + doomed.size() + shared_files);
+    if (!plan.entries.empty())
+        tree.expect_edits();
+    journal.announce(plan.documents.size() + doomed.size() + tree.count_files_to_put());
     for (auto& [name, document] : plan.documents)
         document.written = journal.replace(name, document.text());
     const long long milliseconds = milliseconds_since_epoch();
@@ -166,6 +178,10 @@ std::vector<ChangeStep> PreparedChange::steps() const {
 
 std::vector<InstalledProduct> PreparedChange::removed() const {
     return staged_ ? staged_->removed : std::vector<InstalledProduct>();
+}
+
+std::vector<SkippedDocument> PreparedChange::skipped() const {
+    return staged_ ? staged_->skipped : std::vector<SkippedDocument>();
 }
 
 void PreparedChange::commit() {

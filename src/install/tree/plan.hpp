@@ -27,20 +27,24 @@ struct Plan {
 
     // A product's entries.
     struct Entry {
-        std::string key;                     // of the contents map
-        foundation::json::Value paths;       // its list
+        Receipt receipt;                     // all but its time and its documents
+        foundation::json::Value paths;       // the list in the contents map
         std::vector<const Document*> listed; // the documents in it, in its order
-        std::string basecode;                // of the installed record
     };
 
     // By their names in appdata. Of several with one name, the last one is left.
     std::map<std::string, Document> documents;
     std::vector<Entry> entries; // in the order of the products
+    std::vector<SkippedDocument> skipped;
+    std::string reason_of_first; // why the first of them is, as a sentence
 };
 
 // The selections must outlive the plan. Throws what InstallTree::write throws before it touches the
 // tree.
 [[nodiscard]] Plan plan_write(const Layout& layout,
                               const std::vector<ProductSelection>& selections);
+
+// Throws tree_error if a tag has no document.
+void require_no_skipped(const Layout& layout, const Plan& plan);
 
 } // namespace install::tree

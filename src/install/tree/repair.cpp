@@ -48,6 +48,7 @@ RepairReport do_repair(Directory directory, const Options& options) {
     RepairPlan plan = plan_repair(FoundTree(view));
     if (!plan.report.steps.empty()) {
         Journal journal(locked.appdata, locked.lock, options);
+        journal.announce(plan.tree.count_files_to_put());
         plan.tree.put_into(journal);
         journal.commit();
     }

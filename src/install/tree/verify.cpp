@@ -57,8 +57,8 @@ Faults compare(const View& view, const Plan& plan, InstallTree::Time since) {
     std::map<std::string, const Value*> lists; // of products with the same key, the last one's
     std::set<std::string> basecodes;
     for (const Plan::Entry& entry : plan.entries) {
-        lists.insert_or_assign(entry.key, &entry.paths);
-        basecodes.insert(entry.basecode);
+        lists.insert_or_assign(entry.receipt.key, &entry.paths);
+        basecodes.insert(entry.receipt.basecode);
     }
     const FoundTree tree(view);
     add(tree.contents.fault());

@@ -4,6 +4,7 @@
 
 #include "install/tree/health.hpp"
 #include "install/tree/install_tree.hpp"
+#include "install/tree/prune.hpp"
 #include "install/tree/repair.hpp"
 #include "support/durable_disk.hpp"
 #include "support/trees.hpp"
@@ -37,8 +38,8 @@ struct Scenario {
     void (*change)(const TemporaryDirectory&);
 };
 
-extern const Scenario scenarios[6];
-const Scenario scenarios[6] = {
+extern const Scenario scenarios[7];
+const Scenario scenarios[7] = {
     {"write", prepare_tree,
      [](const TemporaryDirectory& tree) {
          InstallTree(tree.upath())
@@ -60,6 +61,13 @@ const Scenario scenarios[6] = {
          tree.write(contents_map, text.substr(0, text.size() / 2));
      },
      [](const TemporaryDirectory& tree) { repair(tree.upath(), RepairMode::apply); }},
+    {"prune",
+     [](const TemporaryDirectory& tree) {
+         prepare_tree(tree);
+         tree.write(products + "A 1 de.xml", "<earlier/>");
+         tree.write(products + "in/gone 1 en.xml", "<gone/>");
+     },
+     [](const TemporaryDirectory& tree) { prune(tree.upath(), RepairMode::apply); }},
     {"upgrade", prepare_tree,
      [](const TemporaryDirectory& tree) {
          InstallTree(tree.upath())

@@ -5,13 +5,18 @@
 
 #include "install/product_impl/utils/json_file.hpp"
 #include "install/tree/health.hpp"
+#include "install/tree/prune.hpp"
+#include "install/tree/repair.hpp"
 #include "support/disk_calls.hpp"
 #include "support/failing_allocation.hpp"
+#include "support/failure.hpp"
 #include "support/trees.hpp"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <map>
@@ -173,19 +178,19 @@ TEST(TreeApply, RemovesAndWrites) {
     PreparedChange change = tree.prepare({{{"A 1 hostpf", "A"}}, {selection(u"C")}});
     std::string steps;
     for (const ChangeStep& step : change.steps())
-        steps += std::string(name_of(step.kind)) + ' ' +
+        steps += name_of(step.kind) + std::string(step.is_document ? " * " : " ") +
                  step.path.substr(directory.path("appdata/").string().size()) + '\n';
-    EXPECT_EQ(steps, "create products/C 1 en.xml\n"
-                     "create products/C 1 hostpf.xml\n"
+    EXPECT_EQ(steps, "create * products/C 1 en.xml\n"
+                     "create * products/C 1 hostpf.xml\n"
                      "replace prodcontents.json\n"
                      "replace installedProductData.json\n"
                      "replace receipts.json\n"
                      "create prodcontents.json.old\n"
                      "create installedProductData.json.old\n"
                      "create receipts.json.old\n"
-                     "remove products/A 1 de.xml\n"
-                     "remove products/A 1 hostpf.xml\n"
-                     "remove products/A 1 sub/de.xml\n");
+                     "remove * products/A 1 de.xml\n"
+                     "remove * products/A 1 hostpf.xml\n"
+                     "remove * products/A 1 sub/de.xml\n");
     { const PreparedChange dropped = std::move(change); }
     EXPECT_FALSE(fs::exists(directory.path("appdata/.staging")));
     tree.apply({{{"A 1 hostpf", "A"}}, {selection(u"C")}});
@@ -208,6 +213,35 @@ TEST(TreeApply, RemovesAndWrites) {
     EXPECT_THROW(static_cast<void>(documents_of(directory.upath(), "E 1 hostpf")), tree_error);
 }
 
+TEST(TreeApply, SkipsTagsWithoutADocumentOrRefusesThem) {
+    const TemporaryDirectory directory;
+    ProductSelection typos = selection(u"A");
+    typos.platforms = {"hostpf", "Hostpf\x1b"};
+    typos.locale = "";
+    ProductSelection more = selection(u"B");
+    more.locale = "de";
+    Options options;
+    options.missing_documents = MissingDocuments::refuse;
+    InstallTree strict(directory.upath(), options);
+    EXPECT_EQ(failure_of<tree_error>([&] {
+                  return strict.write({typos, more}), 0;
+              }),
+              "cannot write \"A 1 hostpf\" to " + directory.path("appdata").string() +
+                  ": It has no document for the platform \"Hostpf\\x1b\", only for \"en\", "
+                  "\"hostpf\". So it is with 1 tag more.");
+    EXPECT_TRUE(fs::is_empty(directory.path()));
+    EXPECT_TRUE(failure_of<tree_error>([&] {
+                    return strict.write({more}), 0;
+                }).ends_with(": It has no document for the locale \"de\", only for \"en\"."));
+    typos.platforms.pop_back();
+    strict.write({typos}); // no locale is wanted
+    PreparedChange change = InstallTree(directory.upath()).prepare({{}, {more, more}});
+    ASSERT_EQ(change.skipped().size(), 2U);
+    EXPECT_EQ(change.skipped()[0].product + change.skipped()[1].tag, "B 1 hostpfde");
+    change.commit();
+    EXPECT_TRUE(change.skipped().empty());
+}
+
 TEST(TreeApply, ReportsProgressAndRollsBackWhatTheObserverEnds) {
     using Phase = Progress::Phase;
     const std::vector<Phase> all = {Phase::stage, Phase::flush, Phase::move, Phase::drop};
@@ -217,13 +251,15 @@ TEST(TreeApply, ReportsProgressAndRollsBackWhatTheObserverEnds) {
         InstallTree(directory.upath()).write({selection(u"A")});
         const auto before = files_of(directory);
         std::vector<Phase> seen;
+        std::size_t left = 0;
         Options options;
         options.on_progress = [&](const Progress& progress) {
+            constexpr std::size_t totals[] = {8, 11, 8, 7};
+            EXPECT_EQ(progress.total, totals[static_cast<std::size_t>(progress.phase)]);
+            left = progress.total - progress.done;
+            if (progress.done > 0)
+                return;
             seen.push_back(progress.phase);
-            EXPECT_EQ(progress.done, 0U);
-            EXPECT_EQ(progress.total, progress.phase == Phase::stage  ? 8U
-                                      : progress.phase == Phase::move ? 8U
-                                                                      : 0U);
             if (last < all.size() && progress.phase == all[last])
                 throw Stop();
         };
@@ -235,10 +271,34 @@ TEST(TreeApply, ReportsProgressAndRollsBackWhatTheObserverEnds) {
         } else {
             write(); // what is thrown while it drops the old files is ignored
             EXPECT_NE(files_of(directory), before);
+            EXPECT_EQ(left, 0U);
         }
         const auto end = all.begin() + static_cast<std::ptrdiff_t>(std::min(last + 1, all.size()));
         EXPECT_EQ(seen, std::vector(all.begin(), end));
     }
+}
+
+TEST(TreeApply, CountsEveryFileOfEveryPhase) {
+    const TemporaryDirectory directory;
+    InstallTree(directory.upath()).write({selection(u"A"), selection(u"B")});
+    Progress last;
+    Options options;
+    options.on_progress = [&](const Progress& progress) {
+        const bool begins = progress.done == 0;
+        EXPECT_GE(begins ? last.done : last.done + 1, begins ? last.total : progress.done);
+        EXPECT_LE(progress.done, progress.total);
+        EXPECT_GE(progress.total, 1U);
+        last = progress;
+        std::this_thread::sleep_for(std::chrono::milliseconds(51)); // so that no file is left out
+    };
+    InstallTree(directory.upath(), options)
+        .apply({{{"A 1 hostpf", {}}}, {selection(u"B", u"<new/>"), selection(u"C")}});
+    directory.write(products + "D 1 en.xml", "");
+    prune(directory.upath(), RepairMode::apply, options);
+    directory.write(contents_map, "{");
+    repair(directory.upath(), RepairMode::apply, options);
+    EXPECT_EQ(last.phase, Progress::Phase::drop);
+    EXPECT_EQ(last.done, last.total);
 }
 
 // Writers and a remover that never pause, and readers beside them. Each change writes or removes a

@@ -36,7 +36,8 @@ TEST(Receipts, AreThoseOfTheLastWrite) {
         R"("29114363f749a0226b6988dda3ca2492a954117ab6b5f382706c20300dabc079 4 )"
         R"(/appdata/products/A 1 hostpf.xml",)"
         R"("ea64cb0651c56c98b080f4eae10564b5360925b54da94fb8e4619c153160fffe 10 )"
-        R"(/appdata/products/A 1 en.xml"],"time":NOW})";
+        R"(/appdata/products/A 1 en.xml"],"locale":"en","name":"A",)"
+        R"("platforms":["hostpf"],"time":NOW,"version":"1"})";
     const std::string of_b = std::regex_replace(std::regex_replace(of_a, std::regex("A 1"), "B 1"),
                                                 std::regex("\"A\""), "\"B\"");
     EXPECT_EQ(files_of(directory).at(receipts), '{' + of_a + ',' + of_b + '}');
@@ -61,6 +62,21 @@ TEST(Receipts, AreThoseOfTheLastWrite) {
         EXPECT_EQ(tree.list().receipts.size(),
                   line.ends_with("a 10 x") && line.size() == 69 ? 1U : 0U)
             << line;
+    }
+    // Those of earlier versions have no name; one of another form is none.
+    for (const auto& [member, is_receipt] :
+         std::map<std::string, bool>{{R"("name":"n","platforms":["p","q"],"version":"v")", true},
+                                     {R"("name":5)", false},
+                                     {R"("version":null)", false},
+                                     {R"("locale":[])", false},
+                                     {R"("platforms":"p")", false},
+                                     {R"("platforms":["p",5])", false}}) {
+        directory.write(receipts, R"({"A 1 hostpf":{"basecode":"A","documents":[],"time":5,)" +
+                                      member + "}}");
+        const auto found = tree.list().receipts;
+        ASSERT_EQ(found.size(), is_receipt ? 1U : 0U) << member;
+        for (const Receipt& receipt : found)
+            EXPECT_EQ(receipt.name + receipt.version + receipt.platforms.at(1), "nvq");
     }
 }
 

@@ -5,6 +5,7 @@
 #include "foundation/json/serialize.hpp"
 #include "install/product_impl/utils/json_file.hpp"
 #include "install/tree/health.hpp"
+#include "install/tree/prune.hpp"
 #include "support/trees.hpp"
 
 #include <gtest/gtest.h>
@@ -122,6 +123,14 @@ std::string summary_of(const RepairReport& report, const TemporaryDirectory& tre
     return text + kinds_of(report.notes);
 }
 
+std::vector<std::string> prunable(const TemporaryDirectory& tree) {
+    try {
+        return prune(tree.upath()).documents;
+    } catch (const tree_error&) {
+        return {};
+    }
+}
+
 TEST_F(RandomDamage, LosesNothingBeforeIt) {
     const char* const count = std::getenv("KX_TEST_DAMAGES");
     int damaged_maps = 0;
@@ -136,6 +145,11 @@ TEST_F(RandomDamage, LosesNothingBeforeIt) {
                     offsets[file] = damage(text);
                     tree->write(file, text);
                 }
+        for (const std::string& path :
+             prunable(*tree)) // where receipts are whole, nothing of theirs
+            EXPECT_TRUE(path.find("serialized 1") != std::string::npos ||
+                        offsets.contains(installed_record) || offsets.contains(receipts))
+                << path;
         const std::string planned = summary_of(repair(tree->upath()), *tree);
         EXPECT_EQ(summary_of(repair(tree->upath(), RepairMode::apply), *tree), planned);
         EXPECT_TRUE(repair(tree->upath()).steps.empty());

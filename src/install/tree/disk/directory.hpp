@@ -122,6 +122,8 @@ public:
     // `other` is this directory, both names are in one folder of it; so are those of `rename`.
     void link_or_copy(const std::string& name, const Directory& other,
                       const std::string& other_name, const FileStatus* folders_like) const;
+    // Makes it such a copy. The folder of `other_name` exists.
+    void copy(const std::string& name, const Directory& other, const std::string& other_name) const;
     void rename(const std::string& name, const Directory& other,
                 const std::string& other_name) const;
 
@@ -169,7 +171,6 @@ private:
         return folder_.is_open() ? folder_.number() : number();
     }
     [[nodiscard]] std::vector<std::string> folders_at(const std::string& name) const;
-    void copy(const std::string& name, const Directory& other, const std::string& other_name) const;
 
     Descriptor descriptor_;
     std::string path_;

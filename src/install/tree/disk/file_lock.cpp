@@ -55,11 +55,14 @@ std::optional<LockText> read_text(int file) {
     return LockText::in({bytes.data(), static_cast<std::size_t>(size)});
 }
 
-// What another host wrote is not seen in the caches of this one.
+// What another host wrote is not seen in the caches of this one. Some of them are below the system,
+// and renewed where the folder is listed.
 LockText read_text(int file, const Directory& appdata, bool is_shared) {
     std::optional<LockText> text;
-    if (is_shared) // not every file system can
-        text = read_text(open_lock(appdata, O_RDONLY | O_DIRECT).number());
+    if (is_shared) {
+        static_cast<void>(appdata.entries());
+        text = read_text(open_lock(appdata, O_RDONLY | O_DIRECT).number()); // where that can be
+    }
     return text ? *text : read_text(file).value_or(LockText());
 }
 

@@ -13,21 +13,31 @@ std::string leaf_of(const std::string& name) {
     return name.substr(name.rfind('/') + 1);
 }
 
-// Returns `name` with its last component in the other case, where that is ASCII.
-std::string in_other_case(std::string name) {
-    std::for_each(name.end() - std::ptrdiff_t(leaf_of(name).size()), name.end(), [](char& byte) {
-        const char lower = static_cast<char>(byte | 0x20);
-        if (lower >= 'a' && lower <= 'z')
-            byte = static_cast<char>(byte ^ 0x20);
-    });
-    return name;
+bool is_letter(char byte) {
+    const char lower = static_cast<char>(byte | 0x20);
+    return lower >= 'a' && lower <= 'z';
 }
 
 } // namespace
 
+bool ignores_case(const Directory& directory, const std::string& name) {
+    std::string other = name;
+    std::for_each(other.end() - std::ptrdiff_t(leaf_of(name).size()), other.end(), [](char& byte) {
+        byte = static_cast<char>(is_letter(byte) ? byte ^ 0x20 : byte);
+    });
+    return other != name && directory.status_or_nothing(name).is_there() &&
+           directory.status_or_nothing(other).is_there();
+}
+
+std::string in_lower_case(std::string name) {
+    for (char& byte : name)
+        byte = static_cast<char>(is_letter(byte) ? byte | 0x20 : byte);
+    return name;
+}
+
 bool Spelling::is_other(const std::string& name) {
     if (!ignores_case_)
-        ignores_case_ = directory_.has(in_other_case(name));
+        ignores_case_ = ignores_case(directory_, name);
     if (!*ignores_case_)
         return false;
     const auto [folder, is_new] = names_.try_emplace(parent_of(name));

@@ -11,6 +11,11 @@
 
 namespace install::tree {
 
+// Whether a file system takes the name of a file for the same in the other case.
+[[nodiscard]] bool ignores_case(const Directory& directory, const std::string& name);
+// Returns a name as such a file system compares it, as far as it is ASCII.
+[[nodiscard]] std::string in_lower_case(std::string name);
+
 class Spelling {
 public:
     // Keeps a reference to the directory.

@@ -4,8 +4,12 @@
 #include "install/tree/tree_error.hpp"
 #include "install/tree_names.hpp"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <utility>
+
+#include <linux/magic.h>
 
 namespace install::tree {
 
@@ -60,7 +64,7 @@ void Journal::announce(std::size_t files) {
     progress_.begin(Progress::Phase::stage, files);
 }
 
-// Gives what is at `name` another name, and returns what it is.
+// Keeps what is at `name`, and returns what it is.
 FileStatus Journal::stage_old(const std::string& name) {
     if (is_in_new_folder(name))
         return {};
@@ -72,8 +76,17 @@ FileStatus Journal::stage_old(const std::string& name) {
     if (found.is_there() && is_document(name) && spelling_.is_other(name))
         Spelling::refuse(appdata_, name);
     if (found.is_there())
-        appdata_.link_or_copy(name, old_, name, &staging_.like);
+        keep(name, old_, name);
     return found;
+}
+
+// Gives a file a second name. Where a program has the files, that may change what the system knows
+// of them, by which shared files are compared.
+void Journal::keep(const std::string& name, const Directory& other, const std::string& other_name) {
+    if (is_document(name) || appdata_.file_system_type() != FUSE_SUPER_MAGIC)
+        appdata_.link_or_copy(name, other, other_name, &staging_.like);
+    else
+        appdata_.copy(name, other, other_name);
 }
 
 void Journal::add_missing_folders(const std::string& name) {
@@ -129,26 +142,28 @@ void Journal::replace_own(const std::string& name, std::string_view bytes) {
 
 void Journal::keep_copy(const std::string& name, const std::string& copy) {
     const FileStatus old = stage_old(copy);
-    appdata_.link_or_copy(name, files_, copy, &staging_.like);
+    keep(name, files_, copy);
     manifest_.entries.push_back({kind_of(old), {copy, 0, std::nullopt}, true});
     progress_.step();
 }
 
 void Journal::remove(const std::string& name) {
     const FileStatus found = appdata_.status_or_nothing(name);
-    if (!found.is_there() || found.type == Type::directory ||
-        (is_document(name) && spelling_.is_other(name))) // and is that of another product
-        return;
-    appdata_.link_or_copy(name, old_, name, &staging_.like);
-    manifest_.entries.push_back({StepKind::remove, {name, 0, std::nullopt}, false});
+    const bool is_file = found.is_there() && found.type != Type::directory;
+    if (is_file && !(is_document(name) && spelling_.is_other(name))) { // of another product
+        appdata_.link_or_copy(name, old_, name, &staging_.like);
+        manifest_.entries.push_back({StepKind::remove, {name, 0, std::nullopt}, false});
+    }
     progress_.step();
 }
 
 std::vector<ChangeStep> Journal::steps() const {
+    const std::string documents = tree_names::join(tree_names::documents, "");
     std::vector<ChangeStep> steps;
     steps.reserve(manifest_.entries.size());
     for (const Entry& entry : manifest_.entries)
-        steps.push_back({entry.kind, appdata_.path_of(entry.file.name)});
+        steps.push_back({entry.kind, appdata_.path_of(entry.file.name),
+                         entry.file.name.starts_with(documents)});
     return steps;
 }
 
@@ -163,26 +178,39 @@ void Journal::write_manifest() {
     manifest_.staged_at = staging_.directory.status(journal_names::manifest).modified;
 }
 
-// Makes durable what a recovery needs, and what stays after the commit. The old files, too: their
-// last writer may not have done so.
+// Calls `visit` with the directory and the name of each file that has to be durable: what a
+// recovery needs, and what stays after the commit. The old files, too: their last writer may not
+// have done so.
+template <class Visit>
+void Journal::for_each_file_to_flush(const Visit& visit) const {
+    visit(staging_.directory, journal_names::manifest);
+    for (const Entry& entry : manifest_.entries) {
+        if (entry.kind != StepKind::remove && !entry.is_other_name)
+            visit(files_, entry.file.name);
+        if (entry.kind != StepKind::create)
+            visit(old_, entry.file.name);
+    }
+}
+
 void Journal::flush() {
-    progress_.begin(Progress::Phase::flush, 0);
     if (!is_durable_)
         return;
+    std::size_t total = 0;
+    for_each_file_to_flush([&](const auto&...) { ++total; });
+    progress_.begin(Progress::Phase::flush, total);
     const bool are_few = manifest_.entries.size() <= few_files;
-    if (!(are_few && flush_one_by_one()) && !staging_.directory.flush_file_system())
+    if (!(are_few && flush_one_by_one()) && !staging_.directory.flush_file_system() && !are_few)
         static_cast<void>(flush_one_by_one());
+    progress_.finish();
 }
 
 // Returns false if a file may not be opened.
 bool Journal::flush_one_by_one() {
-    bool is_done = staging_.directory.flush_file(journal_names::manifest);
-    for (const Entry& entry : manifest_.entries) {
-        if (entry.kind != StepKind::remove && !entry.is_other_name)
-            is_done = files_.flush_file(entry.file.name) && is_done;
-        if (entry.kind != StepKind::create)
-            is_done = old_.flush_file(entry.file.name) && is_done;
-    }
+    bool is_done = true;
+    for_each_file_to_flush([&](const Directory& directory, const std::string& name) {
+        is_done = directory.flush_file(name) && is_done;
+        progress_.step();
+    });
     old_.flush_all_folders();
     for (const std::string& name : new_folders_)
         files_.flush_folder(name);
@@ -306,21 +334,25 @@ void Journal::finish() {
     drop();
 }
 
-// Nothing here is a failure of the change.
+// Nothing here is a failure of the change, not even of its observer.
 void Journal::drop() noexcept {
+    const auto report = [](const auto& step) {
+        try {
+            step();
+        } catch (...) { // nobody waits for it
+        }
+    };
+    constexpr std::size_t own_files = 2; // the manifest, and the one that keeps room
+    const auto replaced = std::ranges::count_if(
+        manifest_.entries, [](const Entry& entry) { return entry.kind != StepKind::create; });
+    const std::size_t total = own_files + static_cast<std::size_t>(replaced);
+    report([&] { progress_.begin(Progress::Phase::drop, total); });
     try {
-        progress_.begin(Progress::Phase::drop, 0);
-    } catch (...) { // nobody waits for it
-    }
-    try {
-        appdata_.remove_tree(tree_names::staging, [this] {
-            try {
-                progress_.step();
-            } catch (...) {
-            }
-        });
+        appdata_.remove_tree(tree_names::staging, [&] { report([&] { progress_.step(); }); });
     } catch (const std::exception&) { // the next change drops the rest
+        return;
     }
+    report([&] { progress_.finish(); });
 }
 
 } // namespace install::tree

@@ -72,10 +72,13 @@ private:
     };
 
     FileStatus stage_old(const std::string& name);
+    void keep(const std::string& name, const Directory& other, const std::string& other_name);
     void add_missing_folders(const std::string& name);
     [[nodiscard]] bool is_in_new_folder(const std::string& name) const;
     void stage_new(FileRecord file, std::string_view bytes);
     void write_manifest();
+    template <class Visit>
+    void for_each_file_to_flush(const Visit& visit) const;
     void flush();
     bool flush_one_by_one();
     void begin_moving();

@@ -17,7 +17,7 @@ public:
 
     explicit ProgressReporter(Observer observer) : observer_(std::move(observer)) {}
 
-    // Both throw what the observer throws.
+    // All throw what the observer throws.
     void begin(Progress::Phase phase, std::size_t total) {
         progress_ = {phase, 0, total};
         report();
@@ -26,6 +26,11 @@ public:
         ++progress_.done;
         if (observer_ && Clock::now() >= next_)
             report();
+    }
+    // All files of the phase are done.
+    void finish() {
+        progress_.done = progress_.total;
+        report();
     }
 
 private:

@@ -83,7 +83,9 @@ bool has_prefix(const std::string& name, const std::set<std::string>& prefixes) 
 void ListedDocuments::add(const std::string& key, const Value& value) {
     if (is_entry_key(key))
         prefixes_.insert(name_prefix(key));
-    for_each_listed_document(value, [this](const std::string& name) { names_.insert(name); });
+    for_each_listed_document(value, [this](const std::string& name) {
+        names_.insert(ignores_case_ ? in_lower_case(name) : name);
+    });
 }
 
 } // namespace install::tree

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "foundation/json/value.hpp"
+#include "install/tree/disk/spelling.hpp"
 #include "install/tree/install_tree.hpp"
 
 #include <optional>
@@ -53,15 +54,21 @@ void for_each_listed_document(const foundation::json::Value& value, const Visit&
 // The documents that the entries of a contents map list.
 class ListedDocuments {
 public:
+    // With `ignores_case`, names are compared as a file system does that ignores it.
+    explicit ListedDocuments(bool ignores_case = false) : ignores_case_(ignores_case) {}
+
     void add(const std::string& key, const foundation::json::Value& value);
 
     // Whether an entry lists the document, or has the key to which it belongs.
-    [[nodiscard]] bool has(const std::string& document) const { return names_.contains(document); }
+    [[nodiscard]] bool has(const std::string& document) const {
+        return names_.contains(ignores_case_ ? in_lower_case(document) : document);
+    }
     [[nodiscard]] bool has_product_of(const std::string& document) const {
         return has_prefix(document, prefixes_);
     }
 
 private:
+    bool ignores_case_;
     std::set<std::string> names_;    // in appdata, of documents that are there or not
     std::set<std::string> prefixes_; // of the names of all entries' documents
 };

@@ -37,6 +37,21 @@ bool FoundTree::are_swapped() const {
            std::ranges::all_of(record.members(), is_list);
 }
 
+void FoundTree::expect_edits() noexcept {
+    contents.rewrite();
+    record.rewrite();
+    if (!receipts.is_not_regular()) // which stays as it is
+        receipts.rewrite();
+}
+
+std::size_t FoundTree::count_files_to_put() const noexcept {
+    std::size_t count = 0;
+    for (const SharedFile* const file : {&contents, &record, &receipts})
+        if (file->is_edited())
+            count += file->kept_name().empty() ? 1 : 2;
+    return count;
+}
+
 void FoundTree::put_into(Journal& journal) {
     for (SharedFile* const file : {&contents, &record, &receipts})
         if (file->is_edited())

@@ -8,6 +8,8 @@
 #include "install/tree/journal/view.hpp"
 #include "install/tree/state/shared_file.hpp"
 
+#include <cstddef>
+
 namespace install::tree {
 
 struct FoundTree {
@@ -20,6 +22,10 @@ struct FoundTree {
     // Whether the contents map is in the place of the installed record, and the other way round.
     [[nodiscard]] bool are_swapped() const;
 
+    // Lets all files that can be edited count as edited.
+    void expect_edits() noexcept;
+    // Returns how many files put_into stages: those that were edited, and what they were.
+    [[nodiscard]] std::size_t count_files_to_put() const noexcept;
     // Puts the files that were edited into a journal. Leaves them without members.
     void put_into(Journal& journal);
 

@@ -16,12 +16,48 @@ using foundation::json::ValueVector;
 
 constexpr const char* basecode_key = "basecode";
 constexpr const char* documents_key = "documents";
+constexpr const char* locale_key = "locale";
+constexpr const char* name_key = "name";
+constexpr const char* platforms_key = "platforms";
 constexpr const char* time_key = "time";
+constexpr const char* version_key = "version";
 
 template <class T>
 const T* member_of(const ValueMap& members, const char* key) {
     const auto found = members.find(key);
     return found == members.end() ? nullptr : found->second.get_if<T>();
+}
+
+// Each returns false if what it reads is of another form. A member that is not there leaves the
+// text or the list empty.
+bool read_text(const ValueMap& members, const char* key, std::string& text) {
+    if (const auto* const member = member_of<std::string>(members, key))
+        text = *member;
+    else
+        return !members.contains(key);
+    return true;
+}
+
+bool read_platforms(const ValueMap& members, std::vector<std::string>& platforms) {
+    const auto found = members.find(platforms_key);
+    if (found == members.end())
+        return true;
+    auto tags = paths_in(found->second);
+    if (tags)
+        platforms = std::move(*tags);
+    return tags.has_value();
+}
+
+bool read_documents(const ValueVector& lines, std::vector<Receipt::Document>& documents) {
+    for (const Value& each : lines) {
+        const auto* const line = each.get_if<std::string>();
+        auto document = line == nullptr ? std::nullopt : record_in(*line);
+        if (!document || !document->digest)
+            return false;
+        documents.push_back(
+            {std::move(document->name), document->size, hexadecimal(*document->digest)});
+    }
+    return true;
 }
 
 } // namespace
@@ -32,20 +68,20 @@ std::optional<Receipt> receipt_in(const std::string& key, const Value& value) {
         return std::nullopt;
     const auto* const basecode = member_of<std::string>(*members, basecode_key);
     const auto* const documents = member_of<ValueVector>(*members, documents_key);
-    const auto time = members->find(time_key);
-    if (basecode == nullptr || documents == nullptr || time == members->end() ||
-        !time_in(&time->second))
+    const auto found = members->find(time_key);
+    const auto time = time_in(found == members->end() ? nullptr : &found->second);
+    if (basecode == nullptr || documents == nullptr || !time)
         return std::nullopt;
-    Receipt receipt = {key, *basecode, *time_in(&time->second), {}};
-    for (const Value& each : *documents) {
-        const auto* const line = each.get_if<std::string>();
-        auto document = line == nullptr ? std::nullopt : record_in(*line);
-        if (!document || !document->digest)
-            return std::nullopt;
-        receipt.documents.push_back(
-            {std::move(document->name), document->size, hexadecimal(*document->digest)});
-    }
-    return receipt;
+    Receipt receipt;
+    receipt.key = key;
+    receipt.basecode = *basecode;
+    receipt.time = *time;
+    const bool is_whole = read_text(*members, name_key, receipt.name) &&
+                          read_text(*members, version_key, receipt.version) &&
+                          read_platforms(*members, receipt.platforms) &&
+                          read_text(*members, locale_key, receipt.locale) &&
+                          read_documents(*documents, receipt.documents);
+    return is_whole ? std::optional(std::move(receipt)) : std::nullopt;
 }
 
 Value value_of(const Receipt& receipt) {
@@ -57,7 +93,11 @@ Value value_of(const Receipt& receipt) {
     ValueMap members;
     members.emplace(basecode_key, receipt.basecode);
     members.emplace(documents_key, std::move(documents));
+    members.emplace(locale_key, receipt.locale);
+    members.emplace(name_key, receipt.name);
+    members.emplace(platforms_key, ValueVector(receipt.platforms.begin(), receipt.platforms.end()));
     members.emplace(time_key, time);
+    members.emplace(version_key, receipt.version);
     return Value(std::move(members));
 }
 

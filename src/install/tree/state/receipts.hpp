@@ -4,8 +4,14 @@
 //     "Sample Tool 2.5 hostpf": {
 //         "basecode": "ST",
 //         "documents": ["SHA256 300 /appdata/products/Sample Tool 2.5 hostpf.xml"],
-//         "time": 1700000000123
+//         "locale": "",
+//         "name": "Sample Tool",
+//         "platforms": ["hostpf"],
+//         "time": 1700000000123,
+//         "version": "2.5"
 //     }
+//
+// Earlier versions of the library wrote neither name and version nor platforms and locale.
 
 #pragma once
 

@@ -63,7 +63,7 @@ public:
     void set(const std::string& key, foundation::json::Value value);
     // Removes the member `key` and returns its value; nothing if there is none.
     [[nodiscard]] std::optional<foundation::json::Value> take(const std::string& key);
-    // Lets what is whole of a damaged file count as an edit.
+    // Lets the file count as edited: what is whole of a damaged one, or what is edited later.
     void rewrite() noexcept { is_edited_ = true; }
     [[nodiscard]] bool is_edited() const noexcept { return is_edited_; }
     // Exchanges all members with another file. Neither is kept as it was, as nothing is lost.
