@@ -495,7 +495,7 @@ bool Directory::flush_file(const std::string& name) const try {
 
 // The system does not pass the call on to a program that has the files, and returns a success.
 bool Directory::flush_file_system() const {
-    if (file_system_type() == FUSE_SUPER_MAGIC)
+    if (is_on_fuse())
         return false;
     const int result = uninterrupted([&] { return syncfs(number()); });
     if (result != 0 && errno == ENOSYS)
@@ -508,6 +508,10 @@ std::uint32_t Directory::file_system_type() const {
     struct statfs found {};
     require(uninterrupted([&] { return fstatfs(number(), &found); }), "look at", "");
     return static_cast<std::uint32_t>(found.f_type);
+}
+
+bool Directory::is_on_fuse() const {
+    return file_system_type() == FUSE_SUPER_MAGIC;
 }
 
 } // namespace install::tree

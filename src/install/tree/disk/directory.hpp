@@ -146,6 +146,8 @@ public:
     [[nodiscard]] bool flush_file_system() const;
     // Returns the number of the type of that file system, as <linux/magic.h> has them.
     [[nodiscard]] std::uint32_t file_system_type() const;
+    // Whether a program has the files (FUSE).
+    [[nodiscard]] bool is_on_fuse() const;
 
     // Closes the folder that is open for the next name, where descriptors are scarce.
     void close_folder() const noexcept;

@@ -9,8 +9,6 @@
 #include <string>
 #include <utility>
 
-#include <linux/magic.h>
-
 namespace install::tree {
 
 namespace {
@@ -83,7 +81,7 @@ FileStatus Journal::stage_old(const std::string& name) {
 // Gives a file a second name. Where a program has the files, that may change what the system knows
 // of them, by which shared files are compared.
 void Journal::keep(const std::string& name, const Directory& other, const std::string& other_name) {
-    if (is_document(name) || appdata_.file_system_type() != FUSE_SUPER_MAGIC)
+    if (is_document(name) || !appdata_.is_on_fuse())
         appdata_.link_or_copy(name, other, other_name, &staging_.like);
     else
         appdata_.copy(name, other, other_name);
