@@ -1,11 +1,12 @@
 // Writes the packages of a catalogue as products to an install tree:
 //
-//     write_tree [--at-once | --upgrade] ROOT [CATALOGUE]
+//     write_tree [--at-once | --upgrade] [--only-mount] ROOT [CATALOGUE]
 //
 // Without CATALOGUE it reads standard input. The products write themselves one by one; with
 // --at-once, all of them are one change of the tree, and with --upgrade, this change also removes
-// their other versions. Exit status: 0 if every line was written, 1 if a line was malformed or a
-// file could not be written, 2 if there was nothing to write or an argument was invalid.
+// their other versions. --only-mount says that no other mount of the file system changes the tree.
+// Exit status: 0 if every line was written, 1 if a line was malformed or a file could not be
+// written, 2 if there was nothing to write or an argument was invalid.
 
 #include "catalogue.hpp"
 #include "products.hpp"
@@ -123,7 +124,7 @@ bool report_missing(const InstallTree& tree, const std::vector<ProductSelection>
     return faults.empty();
 }
 
-int run(const std::string& root, std::istream& stream, Writing writing) {
+int run(const std::string& root, std::istream& stream, Writing writing, bool only_mount) {
     const install::ustring install_root = fl::i18n::utf8_to_ustring(root);
     const Catalogue catalogue = read_catalogue(stream);
     for (const Fault& fault : catalogue.faults)
@@ -135,7 +136,8 @@ int run(const std::string& root, std::istream& stream, Writing writing) {
     const Products products(catalogue.packages);
     const std::vector<ProductSelection> all = selections(catalogue.packages, products.all());
 
-    InstallTree tree(install_root, {.missing_documents = install::tree::MissingDocuments::refuse});
+    InstallTree tree(install_root, {.only_mount = only_mount,
+                                    .missing_documents = install::tree::MissingDocuments::refuse});
     const auto start = std::chrono::system_clock::now();
     write(writing, tree, install_root, catalogue.packages, all);
     const std::chrono::duration<double> elapsed = std::chrono::system_clock::now() - start;
@@ -154,21 +156,23 @@ int run(const std::string& root, std::istream& stream, Writing writing) {
 
 int main(int argc, char** argv) {
     const Writing writing = writing_of(argc > 1 ? argv[1] : "");
-    const int options = writing == Writing::one_by_one ? 0 : 1;
+    int options = writing == Writing::one_by_one ? 0 : 1;
+    const bool only_mount = argc > options + 1 && argv[options + 1] == std::string("--only-mount");
+    options += only_mount ? 1 : 0;
     const std::vector<std::string> arguments(argv + 1 + options, argv + argc);
     if (arguments.empty() || arguments.size() > 2) {
-        std::cerr << "usage: write_tree [--at-once | --upgrade] ROOT [CATALOGUE]\n";
+        std::cerr << "usage: write_tree [--at-once | --upgrade] [--only-mount] ROOT [CATALOGUE]\n";
         return not_begun;
     }
     try {
         if (arguments.size() == 1)
-            return run(arguments[0], std::cin, writing);
+            return run(arguments[0], std::cin, writing, only_mount);
         std::ifstream file(arguments[1]);
         if (!file) {
             std::cerr << "write_tree: cannot open " << arguments[1] << '\n';
             return not_begun;
         }
-        return run(arguments[0], file, writing);
+        return run(arguments[0], file, writing, only_mount);
     } catch (const fl::i18n::conversion_error& error) {
         std::cerr << "write_tree: " << arguments[0] << ": " << error.what() << '\n';
         return not_begun;

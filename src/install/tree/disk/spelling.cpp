@@ -49,10 +49,13 @@ bool Spelling::is_other(const std::string& name) {
 
 void Spelling::refuse(const Directory& directory, const std::string& name) {
     const FileStatus found = directory.status(name);
+    const std::string spelling = in_lower_case(leaf_of(name));
     std::string other = "another spelling of it";
     const std::string folder = parent_of(name) + '/';
     for (const Directory::Entry& entry : directory.entries(parent_of(name)))
-        if (directory.status(folder + entry.name).is_same_file(found))
+        // Some file systems number a file anew each time that it is looked up.
+        if (in_lower_case(entry.name) == spelling ||
+            directory.status(folder + entry.name).is_same_file(found))
             other = in_quotes(entry.name);
     throw tree_error("write", directory.path_of(name),
                      "This file system does not distinguish the name from " + other + '.');
