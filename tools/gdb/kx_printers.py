@@ -16,7 +16,6 @@
 #
 #     (gdb) source kx_printers.py
 
-import gdb
 import gdb.printing
 
 # A damaged string can claim any length.
