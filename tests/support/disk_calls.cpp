@@ -2,9 +2,12 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <functional>
+#include <string>
 #include <utility>
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,6 +22,7 @@ thread_local constinit test::DiskObserver* innermost = nullptr;
 thread_local std::function<void()> delayed;
 thread_local constinit int kept_open = -1;
 thread_local constinit std::uint32_t reported_file_system = 0; // none
+thread_local constinit bool is_case_ignored = false;
 
 template <class Result, class... Arguments>
 Result real(const char* function, Arguments... arguments) {
@@ -71,7 +75,28 @@ int error_of_look(const test::DiskCall& call) {
     return error;
 }
 
+// Returns the name that a file has.
+std::string spelling_of(int directory, const char* name) {
+    if (!is_case_ignored)
+        return name;
+    const int folder = real<int>("openat", directory, ".", O_RDONLY | O_DIRECTORY);
+    DIR* const stream = fdopendir(folder);
+    std::string found = name;
+    while (const dirent* const entry = readdir(stream))
+        if (strcasecmp(entry->d_name, name) == 0)
+            found = entry->d_name;
+    closedir(stream);
+    return found;
+}
+
 } // namespace
+
+test::IgnoredCase::IgnoredCase() {
+    is_case_ignored = true;
+}
+test::IgnoredCase::~IgnoredCase() {
+    is_case_ignored = false;
+}
 
 test::DiskObserver::DiskObserver() : outer(std::exchange(innermost, this)) {}
 test::DiskObserver::~DiskObserver() {
@@ -93,6 +118,8 @@ int openat(int directory, const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
+    const std::string spelling = spelling_of(directory, path);
+    path = spelling.c_str();
     if ((flags & (O_CREAT | O_WRONLY | O_RDWR)) != 0)
         return observed<int>({"openat", directory, path}, directory, path, flags, mode);
     if (const int error = error_of_look({"openat", directory, path})) {
@@ -108,7 +135,8 @@ int fstatat(int directory, const char* path, struct stat* found, int flags) noex
     }
     // With sizes of 64 bits, which the header asks for, it has another name where words have 32.
     constexpr const char* name = sizeof(long) == 4 ? "fstatat64" : "fstatat";
-    return real<int>(name, directory, path, found, flags);
+    const std::string spelling = spelling_of(directory, path);
+    return real<int>(name, directory, spelling.c_str(), found, flags);
 }
 int fstatfs(int file, struct statfs* found) noexcept {
     const int result = real<int>(sizeof(long) == 4 ? "fstatfs64" : "fstatfs", file, found);

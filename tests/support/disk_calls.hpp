@@ -82,6 +82,15 @@ public:
     ~ReportedFileSystem();
 };
 
+/// While it lives, names that differ in case alone are those of one file.
+class IgnoredCase {
+public:
+    IgnoredCase();
+    IgnoredCase(const IgnoredCase&) = delete;
+    IgnoredCase& operator=(const IgnoredCase&) = delete;
+    ~IgnoredCase();
+};
+
 /// Lets one call fail that only looks at a name, or opens it for reading: the n-th of those whose
 /// names contain a text.
 class FailingLook : public DiskObserver {

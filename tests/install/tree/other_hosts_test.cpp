@@ -2,6 +2,8 @@
 
 #include "install/tree/health.hpp"
 #include "install/tree/install_tree.hpp"
+#include "install/tree/prune.hpp"
+#include "install/tree/repair.hpp"
 #include "support/disk_calls.hpp"
 #include "support/failure.hpp"
 #include "support/trees.hpp"
@@ -9,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <thread>
 
 #include <linux/magic.h>
@@ -101,18 +104,26 @@ TEST_F(OtherHost, IsNotWaitedForInVain) {
 
 // What looks wrong is looked at again.
 TEST_F(OtherHost, IsSeenLateByReaders) {
-    const fs::path document = tree.path(products + "A 1 en.xml");
-    fs::rename(document, tree.path("unseen"));
-    see_late();
-    std::thread other([&] {
-        std::this_thread::sleep_for(20ms);
-        fs::rename(tree.path("unseen"), document);
-        see();
-    });
-    const Health health = inspect(tree.upath());
-    other.join();
-    EXPECT_EQ(kinds_of(health.problems), "");
-    EXPECT_EQ(health.listing.contents.size(), 2U);
+    const std::string name = products + "A 1 en.xml";
+    const auto has_a = [](const Listing& listing) { return listing.contents.size() == 2; };
+    const std::function<bool()> readers[] = {
+        [&] { return has_a(InstallTree(tree.upath()).list()); },
+        [&] { return InstallTree(tree.upath()).verify({selection(u"A")}).empty(); },
+        [&] { return inspect(tree.upath()).problems.empty(); },
+        [&] { return !documents_of(tree.upath(), "A 1 hostpf").at(1).fault; },
+        [&] { return has_a(repair(tree.upath()).listing); },
+        [&] { return prune(tree.upath()).documents.empty(); }};
+    for (const auto& reader : readers) {
+        see_late();
+        fs::rename(tree.path(name), tree.path("unseen"));
+        std::thread other([&] {
+            std::this_thread::sleep_for(20ms);
+            fs::rename(tree.path("unseen"), tree.path(name));
+            see();
+        });
+        EXPECT_TRUE(reader());
+        other.join();
+    }
 }
 
 // Where others cannot be told, nothing is changed.
@@ -121,6 +132,35 @@ TEST_F(OtherHost, MustBeTold) {
     const std::string failure =
         failure_of([&] { InstallTree(tree.upath(), options).write({selection(u"B")}); });
     EXPECT_NE(failure.find("Other hosts would not know of the change"), std::string::npos);
+}
+
+// Names of which a file system makes one.
+TEST(Spelling, IsThatOfOneProduct) {
+    const IgnoredCase exfat;
+    const TemporaryDirectory directory;
+    InstallTree tree(directory.upath());
+    tree.write({selection(u"Tool")});
+    const auto before = files_of(directory);
+    for (const auto& change :
+         {std::vector{selection(u"tool")}, std::vector{selection(u"other"), selection(u"Other")}})
+        EXPECT_NE(failure_of([&] { tree.write(change); }).find("does not distinguish the name"),
+                  std::string::npos);
+    EXPECT_EQ(files_of(directory), before);
+    tree.write({selection(u"Tool", u"<new/>")});
+
+    // As serialize leaves two of them.
+    std::string listed = directory.content(contents_map);
+    listed.pop_back();
+    for (const std::string tag : {"en", "hostpf"})
+        listed += (tag == "en" ? R"(,"tool 1 hostpf":[")" : R"(",")") + products + "tool 1 " + tag +
+                  ".xml";
+    directory.write(contents_map, listed + R"("]})");
+    EXPECT_EQ(kinds_of(inspect(directory.upath()).problems), "missing missing ");
+    EXPECT_TRUE(prune(directory.upath()).documents.empty());
+    tree.remove({{"Tool 1 hostpf", {}}});
+    EXPECT_EQ(directory.content(products + "Tool 1 en.xml"), "<new/>locale");
+    tree.remove({{"tool 1 hostpf", {}}});
+    EXPECT_EQ(kinds_of(inspect(directory.upath()).problems), "not_listed not_listed ");
 }
 
 } // namespace
