@@ -1,10 +1,11 @@
 #include "support/disk_calls.hpp"
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstring>
 #include <functional>
-#include <string>
 #include <utility>
 
 #include <dirent.h>
@@ -75,18 +76,19 @@ int error_of_look(const test::DiskCall& call) {
     return error;
 }
 
-// Returns the name that a file has.
-std::string spelling_of(int directory, const char* name) {
+// Returns the name that a file has, without taking memory where case counts.
+const char* spelling_of(int directory, const char* name) {
+    thread_local std::array<char, NAME_MAX + 1> found;
     if (!is_case_ignored)
         return name;
     const int folder = real<int>("openat", directory, ".", O_RDONLY | O_DIRECTORY);
     DIR* const stream = fdopendir(folder);
-    std::string found = name;
+    const char* result = name;
     while (const dirent* const entry = readdir(stream))
         if (strcasecmp(entry->d_name, name) == 0)
-            found = entry->d_name;
+            result = strcpy(found.data(), entry->d_name);
     closedir(stream);
-    return found;
+    return result;
 }
 
 } // namespace
@@ -118,8 +120,7 @@ int openat(int directory, const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    const std::string spelling = spelling_of(directory, path);
-    path = spelling.c_str();
+    path = spelling_of(directory, path);
     if ((flags & (O_CREAT | O_WRONLY | O_RDWR)) != 0)
         return observed<int>({"openat", directory, path}, directory, path, flags, mode);
     if (const int error = error_of_look({"openat", directory, path})) {
@@ -135,8 +136,7 @@ int fstatat(int directory, const char* path, struct stat* found, int flags) noex
     }
     // With sizes of 64 bits, which the header asks for, it has another name where words have 32.
     constexpr const char* name = sizeof(long) == 4 ? "fstatat64" : "fstatat";
-    const std::string spelling = spelling_of(directory, path);
-    return real<int>(name, directory, spelling.c_str(), found, flags);
+    return real<int>(name, directory, spelling_of(directory, path), found, flags);
 }
 int fstatfs(int file, struct statfs* found) noexcept {
     const int result = real<int>(sizeof(long) == 4 ? "fstatfs64" : "fstatfs", file, found);

@@ -14,6 +14,7 @@
 #include "install/tree/state/found_tree.hpp"
 #include "install/tree/state/receipts.hpp"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <set>
@@ -105,7 +106,9 @@ void leave_needed(std::set<std::string>& doomed, const Plan& plan, const FoundTr
         return;
     for (const auto& [key, value] : tree.contents.members())
         for_each_listed_document(value, [&](const std::string& name) { doomed.erase(name); });
-    if (doomed.empty() || !ignores_case(tree.view.appdata(), *doomed.begin()))
+    if (std::ranges::none_of(doomed, [&](const std::string& name) {
+            return ignores_case(tree.view.appdata(), name);
+        }))
         return;
     ListedDocuments listed(true);
     for (const auto& [key, value] : tree.contents.members())

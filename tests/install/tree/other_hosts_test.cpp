@@ -79,7 +79,7 @@ TEST_F(OtherHost, IsWaitedForBeforeAChange) {
 }
 
 TEST_F(OtherHost, IsNotOverwrittenByWhatIsStale) {
-    const std::string refusal = "prodcontents.json: It is not what another host left there";
+    const std::string refusal = "prodcontents.json: It differs from what another host left";
     see_late();
     options.on_wait = nullptr;
     InstallTree late(tree.upath(), options);

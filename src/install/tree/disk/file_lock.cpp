@@ -41,29 +41,57 @@ void unlock(int file) noexcept {
 
 // Never through a link, and never blocked by a FIFO.
 Descriptor open_lock(const Directory& appdata, int flags) noexcept {
-    return Descriptor(openat(appdata.number(), tree_names::lock,
-                             flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0666));
+    constexpr int always = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    for (;;) {
+        const int file = openat(appdata.number(), tree_names::lock, flags | always, 0666);
+        if (file != -1 || errno != EINTR)
+            return Descriptor(file);
+    }
+}
+
+// Whoever may work on the tree may lock it, whatever the mask of the process that comes first.
+Descriptor open_or_create_lock(const Directory& appdata) {
+    Descriptor file = open_lock(appdata, O_RDWR);
+    if (file.is_open() || errno != ENOENT)
+        return file;
+    try {
+        const FileStatus like = appdata.status(".");
+        appdata.write_new(tree_names::lock, "", &like, false);
+    } catch (const tree_error& error) {
+        if (error.code() != std::errc::file_exists) // by somebody else meanwhile
+            throw;
+    }
+    return open_lock(appdata, O_RDWR);
 }
 
 // Returns nothing on failure. A process that has just taken the lock may not have left its text
 // yet.
 std::optional<LockText> read_text(int file) {
     alignas(most_bytes_of_text) std::array<char, most_bytes_of_text> bytes; // as O_DIRECT needs it
-    const auto size = pread(file, bytes.data(), bytes.size(), 0);
+    ssize_t size = 0;
+    do
+        size = pread(file, bytes.data(), bytes.size(), 0);
+    while (size < 0 && errno == EINTR);
     if (size < 0)
         return std::nullopt;
     return LockText::in({bytes.data(), static_cast<std::size_t>(size)});
 }
 
 // What another host wrote is not seen in the caches of this one. Some of them are below the system,
-// and renewed where the folder is listed.
+// and renewed where the folder is listed. Not every file system can go past caches (EINVAL), and
+// some let only the descriptor read that has the lock (EACCES).
 LockText read_text(int file, const Directory& appdata, bool is_shared) {
-    std::optional<LockText> text;
-    if (is_shared) {
-        static_cast<void>(appdata.entries());
-        text = read_text(open_lock(appdata, O_RDONLY | O_DIRECT).number()); // where that can be
-    }
-    return text ? *text : read_text(file).value_or(LockText());
+    if (!is_shared)
+        return read_text(file).value_or(LockText());
+    static_cast<void>(appdata.entries());
+    const Descriptor direct = open_lock(appdata, O_RDONLY | O_DIRECT);
+    auto text = direct.is_open() ? read_text(direct.number()) : std::nullopt;
+    if (!text && (errno == EINVAL || errno == EACCES))
+        text = read_text(file);
+    if (!text)
+        throw tree_error("read", appdata.path_of(tree_names::lock),
+                         std::error_code(errno, std::system_category()));
+    return std::move(*text);
 }
 
 // Who holds the lock that could not be had.
@@ -134,25 +162,8 @@ std::string describe_process(std::int64_t process) {
     return command.empty() ? number : number + " (" + printable_text(command) + ')';
 }
 
-// Whoever may work on the tree may lock it, whatever the mask of the process that comes first.
-FileLock::OpenFile FileLock::open_or_create(const Directory& appdata) {
-    Descriptor file = open_lock(appdata, O_RDWR);
-    if (file.is_open() || errno != ENOENT)
-        return {std::move(file)};
-    bool is_new = true;
-    try {
-        const FileStatus like = appdata.status(".");
-        appdata.write_new(tree_names::lock, "", &like, false);
-    } catch (const tree_error& error) {
-        if (error.code() != std::errc::file_exists) // by somebody else meanwhile
-            throw;
-        is_new = false;
-    }
-    return {open_lock(appdata, O_RDWR), is_new};
-}
-
 FileLock::FileLock(const Directory& appdata, const Waiting& waiting, const Mount& mount)
-    : FileLock(open_or_create(appdata), appdata.path_of(tree_names::lock)) {
+    : FileLock(open_or_create_lock(appdata), appdata.path_of(tree_names::lock)) {
     const int file = file_.number();
     require_regular(file, path_);
     int error = lock_file(file, LOCK_EX | LOCK_NB);
@@ -172,15 +183,17 @@ FileLock::FileLock(const Directory& appdata, const Waiting& waiting, const Mount
     const LockText found = read_text(file, appdata, is_shared_);
     text_ = found; // with which others compare until a change has ended
     text_.sign(appdata.status(".").device);
-    if (is_shared_ && !is_new_ && !found.is_seen_by(text_))
+    if (is_shared_ && !found.is_seen_by(text_))
         from_elsewhere_ = found;
     if (from_elsewhere_ && found.state == LockText::State::complete)
         text_.state = LockText::State::late;
-    leave_text();
+    if (!is_shared_) // where nobody compares
+        text_.files.clear();
+    static_cast<void>(write_text()); // or that of the earlier one stays, which says enough
 }
 
 FileLock::FileLock(const Directory& appdata, Shared /*tag*/)
-    : FileLock({open_lock(appdata, O_RDONLY)}, appdata.path_of(tree_names::lock)) {
+    : FileLock(open_lock(appdata, O_RDONLY), appdata.path_of(tree_names::lock)) {
     require_regular(file_.number(), path_);
     if (const int error = lock_file(file_.number(), LOCK_SH))
         throw tree_error("lock", path_, std::error_code(error, std::system_category()));
@@ -191,10 +204,18 @@ FileLock::~FileLock() {
         unlock(file_.number());
 }
 
+void FileLock::set_time() noexcept {
+    text_.time = milliseconds_since_epoch();
+}
+
 void FileLock::begin_change() {
     ++text_.changes;
     text_.state = LockText::State::changing;
-    leave_text();
+    set_time();
+    if (!write_text() && is_shared_)
+        throw tree_error("write", path_, std::error_code(errno, std::system_category()),
+                         "Other hosts would not know of the change. The file must be writable, and "
+                         "have no other hard link.");
 }
 
 void FileLock::end_change(const std::vector<FileRecord>& files) noexcept try {
@@ -204,16 +225,10 @@ void FileLock::end_change(const std::vector<FileRecord>& files) noexcept try {
         if (file.digest)
             text_.files.push_back(file);
     }
-    leave_text();
+    if (!files.empty())
+        set_time();
+    static_cast<void>(write_text());
 } catch (const std::exception&) { // the next one does not trust a change that has not ended
-}
-
-void FileLock::leave_text() {
-    text_.time = milliseconds_since_epoch();
-    if (!write_text() && is_shared_)
-        throw tree_error("write", path_,
-                         "Other hosts would not know of the change: the file must be writable and "
-                         "have no other hard link.");
 }
 
 // A file that has another name, too, is somebody's who wants it to be overwritten.
@@ -221,7 +236,7 @@ bool FileLock::write_text() const {
     const std::string text = text_.text();
     const int file = file_.number();
     struct stat found {};
-    return fstat(file, &found) == 0 && found.st_nlink == 1 && text.size() <= most_bytes_of_text &&
+    return fstat(file, &found) == 0 && found.st_nlink <= 1 && text.size() <= most_bytes_of_text &&
            pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
            ftruncate(file, static_cast<off_t>(text.size())) == 0 &&
            (!is_shared_ || fsync(file) == 0);

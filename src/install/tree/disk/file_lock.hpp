@@ -54,37 +54,31 @@ public:
     // Leaves what the change made of shared files, once it has been made. Those without a digest
     // are not known.
     void end_change(const std::vector<FileRecord>& files) noexcept;
-    // Says that this mount has seen what an earlier change left; and that this counts no more, as
-    // it was rolled back, or another program has written since.
+    // Says that this mount has seen what an earlier change left; and that this does not count any
+    // more, because it was rolled back, or another program has written since.
     void see_change() noexcept { end_change({}); }
     void forget_change() noexcept {
         text_.files.clear();
+        set_time();
         end_change({});
     }
 
 private:
-    // A file in which nobody has left anything yet.
-    struct OpenFile {
-        Descriptor descriptor;
-        bool is_new = false;
-    };
-    static OpenFile open_or_create(const Directory& appdata);
-    FileLock(OpenFile file, std::string path) noexcept
-        : file_(std::move(file.descriptor)),
-          is_new_(file.is_new),
+    FileLock(Descriptor file, std::string path) noexcept
+        : file_(std::move(file)),
           path_(std::move(path)) {}
-    void leave_text();
+    void set_time() noexcept;
     [[nodiscard]] bool write_text() const;
 
     Descriptor file_;
-    bool is_new_;
     std::string path_;
     bool is_shared_ = false; // the file system
     LockText text_;
     std::optional<LockText> from_elsewhere_;
 };
 
-// Returns what the file of the lock says; of no file, or one that may not be read, nothing.
+// Returns what the file of the lock says; of no file, or one that may not be read, nothing. Throws
+// tree_error where other hosts may have written what cannot be read now.
 [[nodiscard]] LockText read_lock_text(const Directory& appdata, const Mount& mount);
 
 // Whether a change holds the lock of the tree; false where the user has no right to read the file.

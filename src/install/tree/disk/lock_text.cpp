@@ -1,6 +1,7 @@
 #include "install/tree/disk/lock_text.hpp"
 
 #include "install/clock.hpp"
+#include "install/tree_names.hpp"
 
 #include <algorithm>
 #include <array>
@@ -16,6 +17,9 @@ namespace install::tree {
 namespace {
 
 constexpr std::string_view unknown = "-";
+constexpr std::string_view last_line = "end";
+constexpr std::string_view shared_files[] = {tree_names::contents_map, tree_names::installed_record,
+                                             tree_names::receipts};
 constexpr std::string_view states[] = {unknown, "changing", "late"}; // in their order
 
 std::string_view take_until(std::string_view& text, std::string_view separators) {
@@ -76,9 +80,16 @@ LockText LockText::in(std::string_view text) {
     if (state != std::end(states))
         result.state = static_cast<State>(state - states);
     take_word(text, result.host);
-    while (!text.empty())
-        if (auto file = record_in(take_until(text, "\n")))
+    result.time = std::max(result.time, std::int64_t(0));
+    bool is_whole = false;
+    for (std::string_view line; !is_whole && !text.empty(); is_whole = line == last_line) {
+        line = take_until(text, "\n");
+        auto file = record_in(line);
+        if (file && std::ranges::find(shared_files, file->name) != std::end(shared_files))
             result.files.push_back(std::move(*file));
+    }
+    if (!is_whole)
+        result.files.clear();
     return result;
 }
 
@@ -90,7 +101,7 @@ std::string LockText::text() const {
                          word_of(host) + '\n';
     for (const FileRecord& file : files)
         result += line_of(file) + '\n';
-    return result;
+    return result.append(last_line) + '\n';
 }
 
 void LockText::sign(std::uint64_t mounted_device) {
@@ -102,7 +113,9 @@ void LockText::sign(std::uint64_t mounted_device) {
 }
 
 bool LockText::is_older_than(std::chrono::milliseconds cache_timeout) const {
-    return milliseconds_since_epoch() - time - 60'000 > cache_timeout.count();
+    const bool was_none = process == 0 && time == 0;
+    return was_none ||
+           (time > 0 && milliseconds_since_epoch() - time - 60'000 > cache_timeout.count());
 }
 
 } // namespace install::tree

@@ -23,7 +23,7 @@ struct LockText {
 
     std::int64_t process = 0;  // its number, or 0 if that is not known
     std::uint64_t changes = 0; // how many there have been
-    std::int64_t time = 0;     // of this text, in milliseconds since the epoch
+    std::int64_t time = 0;     // of the last change, in milliseconds since the epoch
     std::string boot;          // of the machine; empty where that is not known, as in the next two
     std::uint64_t device = 0;  // of the mounted file system, on that machine
     std::string processes;     // the namespace of its number
@@ -33,8 +33,7 @@ struct LockText {
 
     bool operator==(const LockText&) const = default;
 
-    // Returns what such a text says; of one that is truncated, or of an earlier version, what it
-    // has.
+    // Returns what such a text says. One that is truncated says nothing of files.
     [[nodiscard]] static LockText in(std::string_view text);
     [[nodiscard]] std::string text() const;
 
@@ -50,8 +49,8 @@ struct LockText {
         return !boot.empty() && !processes.empty() && boot == other.boot &&
                processes == other.processes;
     }
-    // Whether it was written so long ago that no cache can hold anything older, even if the clocks
-    // of two machines differ by a minute.
+    // Whether the last change was so long ago that no cache can hold anything older, even if the
+    // clocks of two machines differ by a minute; also where there was none.
     [[nodiscard]] bool is_older_than(std::chrono::milliseconds cache_timeout) const;
 };
 
@@ -69,9 +68,11 @@ void require_written_since(const LockText& text, const Tree& tree) {
     for (const FileRecord& file : text.files)
         if (!tree.matches(file.name, file) &&
             tree.status(file.name).modified / 1'000'000 <= text.time)
-            throw tree_error("read", tree.path_of(file.name),
-                             "It is not what another host left there; this host may see that "
-                             "later. Try again, wait for longer, or use that host.");
+            throw tree_error(
+                "read", tree.path_of(file.name),
+                "It differs from what another host left, which this one may see later. Try "
+                "again, change the tree on that host, or, if no other mount changes it "
+                "now, say so: --only-mount, Options::only_mount.");
 }
 
 } // namespace install::tree

@@ -50,6 +50,8 @@ std::string danger_of(const MountLine& line) {
         return "On this file system (" + line.type + "), a renamed file may be lost.";
     const std::string options = ',' + line.options + ',';
     if (line.type == "fuse.sshfs" || line.type == "fuse.bindfs" || line.type == "fuse" ||
+        line.type == "fuse.s3fs" || line.type == "fuse.gcsfuse" ||
+        options.find(",nobrl,") != std::string::npos ||
         options.find(",local_lock=all,") != std::string::npos ||
         options.find(",local_lock=flock,") != std::string::npos)
         return "Other mounts of this file system (" + line.type + ") do not see its locks.";

@@ -38,13 +38,19 @@ std::string in_lower_case(std::string name) {
 bool Spelling::is_other(const std::string& name) {
     if (!ignores_case_)
         ignores_case_ = ignores_case(directory_, name);
-    if (!*ignores_case_)
-        return false;
-    const auto [folder, is_new] = names_.try_emplace(parent_of(name));
+    for (std::string path = name; *ignores_case_ && !parent_of(path).empty();
+         path = parent_of(path))
+        if (!names_in(parent_of(path)).contains(leaf_of(path)))
+            return true;
+    return false;
+}
+
+const std::set<std::string>& Spelling::names_in(const std::string& folder) {
+    const auto [names, is_new] = names_.try_emplace(folder);
     if (is_new)
-        for (Directory::Entry& entry : directory_.entries(folder->first))
-            folder->second.insert(std::move(entry.name));
-    return !folder->second.contains(leaf_of(name));
+        for (Directory::Entry& entry : directory_.entries(folder))
+            names->second.insert(std::move(entry.name));
+    return names->second;
 }
 
 void Spelling::refuse(const Directory& directory, const std::string& name) {

@@ -28,6 +28,8 @@ public:
     [[noreturn]] static void refuse(const Directory& directory, const std::string& name);
 
 private:
+    const std::set<std::string>& names_in(const std::string& folder);
+
     const Directory& directory_;
     std::optional<bool> ignores_case_;
     std::map<std::string, std::set<std::string>> names_; // by folders

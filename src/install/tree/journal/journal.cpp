@@ -310,6 +310,7 @@ void Journal::undo_moves(const tree_error* failure) {
         roll_back(appdata_, staging_.directory, manifest_,
                   is_durable_ ? Durability::power_failure : Durability::process_death);
         staging_.is_kept = false;
+        lock_.see_change(); // of the tree as it was before
     } catch (const tree_error& second) {
         throw tree_error(failure != nullptr ? *failure : second, tree_error::Outcome::interrupted,
                          std::string("the change waits to be rolled back (") + second.what() +

@@ -18,7 +18,7 @@ using foundation::json::ValueVector;
 using StepKind = ChangeStep::Kind;
 
 constexpr const char* version_key = "version";
-constexpr double version = 3;
+constexpr double manifest_version = 3;
 constexpr const char* folders_key = "folders";
 constexpr const char* old_record_key = "old_record";
 constexpr const char* digest_key = "sha256"; // of all lines
@@ -99,7 +99,7 @@ std::string Manifest::text() const {
         all += old.emplace_back(line_of(*old_record)).get<std::string>();
     members.emplace(old_record_key, std::move(old));
     members.emplace(digest_key, hexadecimal(sha256(all)));
-    members.emplace(version_key, version);
+    members.emplace(version_key, manifest_version);
     return foundation::json::serialize(Value(std::move(members)));
 }
 
@@ -115,7 +115,7 @@ Manifest Manifest::read(const Directory& journal) {
     try {
         if (state != product_impl::utils::JsonFileDiagnosis::State::object)
             throw Damaged();
-        if (member<double>(members, version_key) != version)
+        if (member<double>(members, version_key) != manifest_version)
             throw tree_error("read", path, "It is from another version of this library.");
         Manifest manifest = manifest_in(members);
         manifest.staged_at = journal.status(journal_names::manifest).modified;

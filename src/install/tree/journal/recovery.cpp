@@ -256,7 +256,9 @@ std::optional<Recovery> recover_for_change(const Directory& appdata, FileLock& l
 std::vector<std::string> find_set_aside(const Directory& appdata) {
     std::vector<std::string> names;
     for (const Directory::Entry& entry : appdata.entries())
-        if (entry.name.starts_with(tree_names::set_aside))
+        if (entry.name.starts_with(tree_names::set_aside) &&
+            entry.name.find_first_not_of("0123456789", tree_names::set_aside.size()) ==
+                std::string::npos)
             names.push_back(entry.name);
     return names;
 }

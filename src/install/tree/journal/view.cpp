@@ -8,8 +8,9 @@
 
 namespace install::tree {
 
-View::State::State(const Directory& appdata, std::uint64_t counted_changes)
-    : changes(counted_changes) {
+View::State::State(const Directory& appdata, const LockText& lock)
+    : changes(lock.changes),
+      state(lock.state) {
     std::size_t index = 0;
     for (const char* const name : {tree_names::undo, tree_names::contents_map,
                                    tree_names::installed_record, tree_names::receipts}) {
@@ -24,7 +25,7 @@ View::View(const Directory& appdata, const Mount& mount, bool sees_others)
     : appdata_(appdata),
       mount_(mount),
       lock_text_(read_lock_text(appdata, mount)),
-      state_(appdata, lock_text_.changes) {
+      state_(appdata, lock_text_) {
     try {
         open_undo();
         if (sees_others && old_)
@@ -78,7 +79,7 @@ std::vector<std::string> View::files_of_others() const {
 }
 
 bool View::is_current() const {
-    return State(appdata_, read_lock_text(appdata_, mount_).changes) == state_;
+    return State(appdata_, read_lock_text(appdata_, mount_)) == state_;
 }
 
 std::optional<LockText> View::from_elsewhere() const {
@@ -96,39 +97,45 @@ Retries::Retries(const Directory& appdata, const Options& options)
 
 bool Retries::accepts(const View& view, bool looks_wrong) {
     using Seconds = std::chrono::duration<double>; // of which no limit is too large
+    is_late_ = false;
     if (!view.is_current())
         return false;
     const auto text = view.from_elsewhere();
     if (!text)
         return true;
     const auto now = std::chrono::steady_clock::now();
-    if (*text != from_elsewhere_) {
+    const bool is_known = *text == from_elsewhere_;
+    if (!is_known) {
         from_elsewhere_ = *text;
         since_ = now;
     }
+    const bool is_as_left = is_as_left_by(*text, view);
     const bool is_seen =
         text->is_older_than(cache_timeout_) || Seconds(now - since_) >= Seconds(cache_timeout_);
+    is_late_ = is_known;
     if (!is_seen)
-        return !looks_wrong && is_as_left_by(*text, view);
-    if (text->state != LockText::State::changing) // or that has died
-        require_written_since(*text, view);
+        return is_as_left && !looks_wrong;
+    if (text->state == LockText::State::changing) // by one that has died
+        return is_as_left || !is_locked(appdata_);
+    require_written_since(*text, view);
     return true;
 }
 
 void Retries::wait() {
     using namespace std::chrono_literals;
-    const auto pause = mount_.is_shared ? 20ms : 1ms;
-    const int retries_without_lock = mount_.is_shared ? 100 : 8;
+    constexpr int retries_without_lock = 8;
     constexpr int most_retries = 2000; // a few seconds, where there is no right to lock
-    if (++count_ == most_retries)
+    if (!is_late_ && ++count_ == most_retries)
         throw tree_error("read", appdata_.path_of(""), "It changed during every attempt.");
     try {
-        if (count_ == retries_without_lock)
+        if (count_ == retries_without_lock && !lock_)
             lock_.emplace(appdata_, FileLock::Shared());
     } catch (const tree_error&) { // no right to read the file, or none there
     }
-    if (count_ > retries_without_lock || mount_.is_shared)
-        std::this_thread::sleep_for(pause);
+    if (mount_.is_shared)
+        std::this_thread::sleep_for(20ms);
+    else if (count_ > retries_without_lock)
+        std::this_thread::sleep_for(1ms);
 }
 
 } // namespace install::tree

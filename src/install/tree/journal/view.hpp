@@ -61,9 +61,10 @@ public:
 private:
     // What every change, and every other program's write of a shared file, makes another one.
     struct State {
-        State(const Directory& appdata, std::uint64_t counted_changes);
+        State(const Directory& appdata, const LockText& lock);
         bool operator==(const State&) const = default;
         std::uint64_t changes = 0;
+        LockText::State state{}; // of the last one
         // Device, inode, size, and both times. A change that was rolled back has left the old file,
         // but that was changed meanwhile.
         std::array<std::array<std::uint64_t, 5>, 4> files{};
@@ -91,7 +92,7 @@ class Retries {
 public:
     Retries(const Directory& appdata, const Options& options);
 
-    [[nodiscard]] View view() const { return View(appdata_, mount_); }
+    [[nodiscard]] const Mount& mount() const noexcept { return mount_; }
     // Whether what was read of a view counts. What looks wrong may only be what this host has not
     // seen yet. Throws tree_error if it does not see it in time.
     [[nodiscard]] bool accepts(const View& view, bool looks_wrong);
@@ -102,6 +103,7 @@ private:
     const Directory& appdata_;
     Mount mount_;
     std::chrono::milliseconds cache_timeout_;
+    bool is_late_ = false; // rather than changed meanwhile
     int count_ = 0;
     std::optional<FileLock> lock_;
     LockText from_elsewhere_; // since then
@@ -113,13 +115,14 @@ template <class Read, class LooksWrong>
 auto read_committed(const Directory& appdata, const Options& options, const Read& read,
                     const LooksWrong& looks_wrong) {
     for (Retries retries(appdata, options);; retries.wait()) {
-        const View view = retries.view();
+        std::optional<View> view;
         try {
-            auto result = read(view);
-            if (retries.accepts(view, looks_wrong(result)))
+            view.emplace(appdata, retries.mount());
+            auto result = read(*view);
+            if (retries.accepts(*view, looks_wrong(result)))
                 return result;
         } catch (const tree_error&) {
-            if (retries.accepts(view, true))
+            if (view ? retries.accepts(*view, true) : !retries.mount().is_shared)
                 throw;
         }
     }

@@ -20,7 +20,7 @@ constexpr const char* locale_key = "locale";
 constexpr const char* name_key = "name";
 constexpr const char* platforms_key = "platforms";
 constexpr const char* time_key = "time";
-constexpr const char* version_key = "version";
+constexpr const char* product_version_key = "version";
 
 template <class T>
 const T* member_of(const ValueMap& members, const char* key) {
@@ -77,7 +77,7 @@ std::optional<Receipt> receipt_in(const std::string& key, const Value& value) {
     receipt.basecode = *basecode;
     receipt.time = *time;
     const bool is_whole = read_text(*members, name_key, receipt.name) &&
-                          read_text(*members, version_key, receipt.version) &&
+                          read_text(*members, product_version_key, receipt.version) &&
                           read_platforms(*members, receipt.platforms) &&
                           read_text(*members, locale_key, receipt.locale) &&
                           read_documents(*documents, receipt.documents);
@@ -97,7 +97,7 @@ Value value_of(const Receipt& receipt) {
     members.emplace(name_key, receipt.name);
     members.emplace(platforms_key, ValueVector(receipt.platforms.begin(), receipt.platforms.end()));
     members.emplace(time_key, time);
-    members.emplace(version_key, receipt.version);
+    members.emplace(product_version_key, receipt.version);
     return Value(std::move(members));
 }
 
