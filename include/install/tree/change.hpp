@@ -90,7 +90,8 @@ struct Progress {
     };
     Phase phase = Phase::stage; ///< the part that is under way
     /// The number of files that are done in this phase. Where the system can flush many files by
-    /// one call, all of them are done at the same moment.
+    /// one call, all of them are done at the same moment, and a change cannot be cancelled until
+    /// then.
     std::size_t done = 0;
     std::size_t total = 0; ///< the number of files in this phase, at least one
 };
@@ -123,9 +124,11 @@ struct Options {
     /// a_process_elsewhere, while a change waits for `cache_timeout`. What it throws ends the
     /// waiting, and the change.
     std::function<void(std::int64_t process)> on_wait = {};
-    /// Called at the beginning of each phase that the change has, at the end of `flush` and `drop`,
-    /// and in between as files are done, though not for each file. What it throws before the change
-    /// is made drops the change; what it throws afterwards is ignored.
+    /// Called by the thread that makes the change: at the beginning of each phase that the change
+    /// has, at the end of `flush` and `drop`, and in between as files are done, every 50 ms at
+    /// most. To cancel the change, throw anything: before the change is made this drops it and
+    /// leaves the tree as it was; afterwards, in `drop`, it is ignored. `prepare` has the phase
+    /// `stage`, `commit` the others.
     std::function<void(const Progress&)> on_progress = {};
     /// How long a change waits for other changes. Then it throws tree_error with
     /// std::errc::timed_out, which names the process that it waited for. Without a value: without
@@ -145,7 +148,8 @@ struct Options {
     bool only_mount = false;
     /// What happens to selected tags without a document. With `refuse`, a change throws tree_error
     /// before it touches anything; the error names the product, the tag, and the tags for which
-    /// there are documents.
+    /// there are documents. A caller that needs all such tags skips them, and asks
+    /// PreparedChange::skipped.
     MissingDocuments missing_documents = MissingDocuments::skip;
 };
 

@@ -54,8 +54,10 @@ struct ListedDocument {
     std::optional<Fault> fault; ///< what is wrong with it
 };
 
-/// Returns the documents that the entry `key` lists, in its order. Throws tree_error if there is no
-/// tree, if the contents map cannot be read, or if it has no such entry or that is not a list.
+/// Returns the documents that the entry `key` lists, in its order. Reads the shared files each
+/// time: for all products, use inspect, whose problems name their products. Throws tree_error if
+/// there is no tree, if the contents map cannot be read, or if it has no such entry or that is not
+/// a list.
 [[nodiscard]] KX_EXPORT std::vector<ListedDocument> documents_of(const ustring& installRoot,
                                                                  const std::string& key);
 

@@ -95,7 +95,8 @@ struct Listing {
     std::vector<ContentsEntry> contents; ///< of the contents map
     std::vector<RecordEntry> record;     ///< of the installed record
     /// The current receipts: those of products that were last written by a change, whose times the
-    /// installed record has. Products that serialize wrote have none.
+    /// installed record has. Products that serialize wrote have none: of their names and versions
+    /// only the key is known.
     std::vector<Receipt> receipts;
 };
 
