@@ -139,8 +139,9 @@ struct Options {
     /// How long this host may keep names and contents of files that another host has changed. On a
     /// file system that several hosts may share (NFS, SMB, Ceph, 9P, AFS, FUSE), a change that
     /// follows a change of another host waits for this time before it begins, unless the other one
-    /// is older than that. A reader waits until it sees the other change, but no longer than this
-    /// time. Both throw tree_error if they do not see it then.
+    /// ended more than a minute earlier than that. A reader waits until it sees the other change,
+    /// but no longer than this time; inspect and documents_of take the default. Both throw
+    /// tree_error if they do not see it then.
     std::chrono::milliseconds cache_timeout{5000};
     /// Whether no other mount of the file system changes this tree. A change then does not wait for
     /// `cache_timeout`. Without it, a change throws tree_error where locks do not exclude other

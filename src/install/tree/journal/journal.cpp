@@ -258,7 +258,8 @@ void Journal::require_unchanged(const std::string& name) const {
     require(seen == seen_.end() || appdata_.status(name).has_same_bytes(seen->second), name);
 }
 
-// The same until now: it wrote to the old file, whose other name is kept here, or to the new one.
+// The same until now: it wrote to the old file, whose other name is kept here (where it is no
+// copy), or to the new one.
 void Journal::require_unwritten() const {
     for (const auto& [name, seen] : seen_) {
         const FileStatus old = seen.is_there() ? old_.status(name) : seen;
