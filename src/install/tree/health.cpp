@@ -89,6 +89,8 @@ private:
                 Kind::interrupted, view.path_of(name),
                 "A change could not remove this. Nothing reads it, and each later change tries "
                 "again to remove it.");
+        if (const auto& fault = view.fault(); fault && fault->code())
+            return add_problem(Kind::unreadable, fault->path(), fault->what());
         if (const auto& fault = view.fault())
             return add_problem(
                 Kind::interrupted, fault->path(),

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <thread>
@@ -124,6 +126,40 @@ TEST_F(OtherHost, IsSeenLateByReaders) {
         EXPECT_TRUE(reader());
         other.join();
     }
+}
+
+// Each call that only looks fails once: a reader reports that, or looks again.
+TEST_F(OtherHost, IsReadOrReported) {
+    const auto is_whole = [](const std::vector<Fault>& faults) {
+        return std::ranges::none_of(
+            faults, [](const Fault& fault) { return fault.kind != Fault::Kind::unreadable; });
+    };
+    const std::function<bool()> readers[] = {
+        [&] { return InstallTree(tree.upath(), options).list().contents.size() == 2; },
+        [&] { return is_whole(InstallTree(tree.upath(), options).verify({selection(u"A")})); },
+        [&] {
+            const Health health = inspect(tree.upath());
+            return health.problems.empty() || !health.is_complete;
+        },
+        [&] { return documents_of(tree.upath(), "A 1 hostpf").size() == 2; },
+        [&] { return repair(tree.upath(), RepairMode::dry_run, options).steps.empty(); },
+        [&] { return prune(tree.upath(), RepairMode::dry_run, options).documents.empty(); }};
+    std::string text = tree.content("appdata/.lock");
+    const auto time = text.find('\n') + 1;
+    tree.write("appdata/.lock", text.replace(time, text.find(' ', time) - time, "1")); // long ago
+    for (const auto& reader : readers)
+        for (const int error : {EIO, ESTALE, EACCES}) {
+            bool was_reached = true;
+            for (int call = 0; was_reached; ++call) {
+                const FailingLook failing(call, error);
+                try {
+                    EXPECT_TRUE(reader()) << &reader - readers << ' ' << call;
+                } catch (const tree_error& failure) {
+                    EXPECT_EQ(failure.code().value(), error) << failure.what();
+                }
+                was_reached = failing.was_reached();
+            }
+        }
 }
 
 // Where others cannot be told, nothing is changed.
