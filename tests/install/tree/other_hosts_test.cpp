@@ -162,6 +162,24 @@ TEST_F(OtherHost, IsReadOrReported) {
         }
 }
 
+class Unlisted : public DiskObserver {
+public:
+    int before_look(const DiskCall& call) override {
+        return call.function == "openat" && std::string(call.name) == "." ? EIO : 0;
+    }
+};
+
+// What fails for longer than a host may see late is reported as it is.
+TEST_F(OtherHost, IsNotLookedForInVain) {
+    const Unlisted folders;
+    try {
+        static_cast<void>(InstallTree(tree.upath(), options).list());
+        ADD_FAILURE();
+    } catch (const tree_error& failure) {
+        EXPECT_EQ(failure.code().value(), EIO) << failure.what();
+    }
+}
+
 // Where others cannot be told, nothing is changed.
 TEST_F(OtherHost, MustBeTold) {
     fs::create_hard_link(tree.path("appdata/.lock"), tree.path("other"));

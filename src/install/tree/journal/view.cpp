@@ -93,10 +93,15 @@ std::optional<LockText> View::from_elsewhere() const {
 Retries::Retries(const Directory& appdata, const Options& options)
     : appdata_(appdata),
       mount_(options.only_mount ? Mount() : Mount::of(appdata)),
-      cache_timeout_(options.cache_timeout) {}
+      cache_timeout_(options.cache_timeout),
+      begin_(std::chrono::steady_clock::now()) {}
+
+bool Retries::is_lasting() const {
+    return !mount_.is_shared ||
+           Seconds(std::chrono::steady_clock::now() - begin_) >= Seconds(cache_timeout_);
+}
 
 bool Retries::accepts(const View& view, bool looks_wrong) {
-    using Seconds = std::chrono::duration<double>; // of which no limit is too large
     is_late_ = false;
     if (!view.is_current())
         return false;

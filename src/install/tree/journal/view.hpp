@@ -96,13 +96,19 @@ public:
     // Whether what was read of a view counts. What looks wrong may only be what this host has not
     // seen yet. Throws tree_error if it does not see it in time.
     [[nodiscard]] bool accepts(const View& view, bool looks_wrong);
+    // Whether a failure to look at the tree counts: a host may see for a while that which another
+    // one has removed.
+    [[nodiscard]] bool is_lasting() const;
     // Waits for what makes another reading necessary. Throws tree_error after too many.
     void wait();
 
 private:
+    using Seconds = std::chrono::duration<double>; // of which no limit is too large
+
     const Directory& appdata_;
     Mount mount_;
     std::chrono::milliseconds cache_timeout_;
+    std::chrono::steady_clock::time_point begin_;
     bool is_late_ = false; // rather than changed meanwhile
     int count_ = 0;
     std::optional<FileLock> lock_;
@@ -122,7 +128,7 @@ auto read_committed(const Directory& appdata, const Options& options, const Read
             if (retries.accepts(*view, looks_wrong(result)))
                 return result;
         } catch (const tree_error&) {
-            if (view ? retries.accepts(*view, true) : !retries.mount().is_shared)
+            if (view ? retries.accepts(*view, true) : retries.is_lasting())
                 throw;
         }
     }
